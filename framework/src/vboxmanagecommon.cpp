@@ -1,0 +1,69 @@
+#include <vmtools/vboxmanagecommon.h>
+
+#include <vmtools/vboxlog.h>
+#include <vmtools/vmtoolsobserver.h>
+
+#include <QProcess>
+
+namespace {
+
+QString textUpToNul(const QByteArray &bytes)
+{
+    const int nul = bytes.indexOf('\0');
+    return QString::fromUtf8(nul < 0 ? bytes : bytes.left(nul));
+}
+
+int waitLimit(VBoxManageCommon::Options options)
+{
+    if (options.testFlag(VBoxManageCommon::WaitForever))
+        return -1;
+    if (options.testFlag(VBoxManageCommon::LongTimeout))
+        return VBoxManageCommon::LongTimeoutMs;
+    return VBoxManageCommon::DefaultTimeoutMs;
+}
+
+void logOutcome(bool finished, const VBoxManageCommon::CallResult &result)
+{
+    if (!finished) {
+        VBoxLog::critical() << "Can't run VBoxManage";
+    } else if (result.exitCode == 0) {
+        VBoxLog::debug() << "Return code:" << 0;
+    } else {
+        VBoxLog::critical() << "Return code:" << result.exitCode;
+        const QString error = result.error.trimmed();
+        if (!error.isEmpty())
+            VBoxLog::critical() << "Output command:" << error;
+    }
+}
+
+} // namespace
+
+namespace VBoxManageCommon {
+
+CallResult call(const QString &program, const QStringList &arguments, Options options,
+                VMToolsObserver *observer)
+{
+    const bool silent = options.testFlag(Silent);
+    QProcess process;
+    process.setProcessChannelMode(QProcess::SeparateChannels);
+    if (observer)
+        observer->setProcess(&process);
+    if (!silent)
+        VBoxLog::debug() << "Call:" << arguments;
+
+    process.start(program, arguments, QIODevice::ReadWrite);
+    const bool finished = process.waitForFinished(waitLimit(options));
+
+    if (observer && observer->isCanceled())
+        return {-1, QString(), QStringLiteral("canceled")};
+
+    CallResult result;
+    result.exitCode = process.exitCode();
+    result.output = textUpToNul(process.readAllStandardOutput());
+    result.error = textUpToNul(process.readAllStandardError());
+    if (!silent)
+        logOutcome(finished, result);
+    return result;
+}
+
+} // namespace VBoxManageCommon

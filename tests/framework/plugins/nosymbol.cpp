@@ -1,0 +1,5 @@
+// A library that loads but exports no factory.
+extern "C" __attribute__((visibility("default"))) int notTheFactory()
+{
+    return 42;
+}

@@ -1,0 +1,19 @@
+// Test entry point: a QCoreApplication, and a home, configuration folder and QM_HOME of
+// the test's own, so that no test touches the real user's settings or files.
+#include <gmock/gmock.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTemporaryDir>
+
+int main(int argc, char **argv)
+{
+    QTemporaryDir home(QDir::tempPath() + QStringLiteral("/vmtools-test-home-XXXXXX"));
+    qputenv("HOME", QFile::encodeName(home.path()));
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.path() + QStringLiteral("/.config")));
+    qputenv("QM_HOME", QFile::encodeName(home.path() + QStringLiteral("/qm")));
+
+    QCoreApplication app(argc, argv);
+    ::testing::InitGoogleMock(&argc, argv);
+    return RUN_ALL_TESTS();
+}
