@@ -1,0 +1,94 @@
+#pragma once
+
+#include <vmtools/loadstateinfo.h>
+#include <vmtools/vmtoolsengine.h>
+
+#include <QHostAddress>
+#include <QList>
+#include <QString>
+
+// The VirtualBox engine: every operation runs VBoxManage and reads its output.
+// It keeps no list of machines; each query asks VirtualBox again.
+class VBoxManageCore final : public VMToolsEngine
+{
+public:
+    // A host-only interface as the engine sees it; an empty name means none.
+    struct InterfaceInfo
+    {
+        QString name;
+        QHostAddress ipAddress;
+        QHostAddress networkMask;
+    };
+
+    // One VirtualBox DHCP server.
+    struct DhcpServerInfo
+    {
+        QString networkName;
+        QHostAddress ipAddress;
+        QHostAddress networkMask;
+        QHostAddress lowerIpAddress;
+        QHostAddress upperIpAddress;
+    };
+
+    VBoxManageCore();
+    ~VBoxManageCore() override;
+
+    // VMToolsEngine, in the host's slot order.
+    LoadStateInfo initialize() override;
+    bool shutdown() override;
+    void dumpInfos(QFile *file) override;
+    QString version() override;
+    bool isSystemReady() const override;
+    QList<VMToolsMachine *> getMachines() override;
+    VMToolsMachine *getMachine(const QString &id) override;
+    bool doesMachineExist(const QString &id) const override;
+    QString getAdapterName() const override;
+    unsigned int createMachine(const QString &appliancePath, const QString &name,
+                               unsigned int cpus, unsigned int memory,
+                               unsigned int sdCardSize) override;
+    bool startMachine(VMToolsMachine *machine, VMToolsMachine::LaunchType type) override;
+    bool stopMachine(VMToolsMachine *machine) override;
+    bool startStopDevice(VMToolsMachine *machine) override;
+    bool deleteMachine(VMToolsMachine *machine) override;
+    bool renameMachine(VMToolsMachine *machine, const QString &newName) override;
+    unsigned int cloneMachine(VMToolsMachine *machine, const QString &newName,
+                              bool withFactoryBackup) override;
+    bool exportMachine(VMToolsMachine *machine, const QString &path,
+                       VMToolsObserver *observer) override;
+    unsigned int getMaxCpuCount() override;
+    unsigned int getMaxMemory() override;
+    unsigned int copyDisk(const QString &source, const QString &target) const override;
+    unsigned int deleteDisk(const QString &path) const override;
+    void checkAndCreateVboxInterface() override;
+    QString getDataDiskName() const override;
+    QString getSDCardDiskName() const override;
+
+    // Host limits, from the text of "list hostinfo".
+    void loadMaxCPUNumber(const QString &hostinfo);
+    void loadMaxMemorySize(const QString &hostinfo);
+
+    // VirtualBox's default machine folder, switched around import, clone and delete.
+    QString getCurrentVBoxMachineFolderValue() const;
+    bool setVBoxMachineFolderValue(const QString &path) const;
+
+    // Host networking.
+    QList<DhcpServerInfo> getAvailableDhcpServerList();
+    bool checkIfInterfaceHasValidDhcp(const InterfaceInfo &iface, const DhcpServerInfo &server);
+    bool findHostOnlyInterface();
+    InterfaceInfo getSavedHostOnlyInterface();
+    LoadStateInfo createHostOnlyInterface();
+    bool deleteHostOnlyInterface(const QString &name);
+    bool deleteHostOnlyInterface();
+    bool isCompatible(const QString &machine) const;
+
+    // Disk media and device folders.
+    unsigned int createSDCard(VMToolsMachine *machine, unsigned int size) const;
+    bool cleanDeployDir(const QString &path) const;
+
+private:
+    QString m_vboxManagePath;
+    QString m_adapterName;
+    unsigned int m_maxCpuCount = 8;
+    unsigned int m_maxMemory = 4096;
+    QString m_version;
+};

@@ -1,0 +1,5 @@
+#include "vboxmanagecore.h"
+
+void VBoxManageCore::dumpInfos(QFile *file)
+{
+}

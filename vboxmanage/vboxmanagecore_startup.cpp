@@ -1,0 +1,6 @@
+#include "vboxmanagecore.h"
+
+LoadStateInfo VBoxManageCore::initialize()
+{
+    return {};
+}

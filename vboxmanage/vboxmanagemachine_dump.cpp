@@ -1,0 +1,5 @@
+#include "vboxmanagemachine.h"
+
+void VBoxManageMachine::dumpInfos(QFile *file)
+{
+}
