@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Installs, from Debian's archive, whatever the build and the tests need and this
+# machine lacks. Pass "bench" to add what the benchmarks need.
+set -euo pipefail
+
+packages=(cmake make g++ qtbase5-dev libgtest-dev libgmock-dev)
+if [[ "${1:-}" == "bench" ]]; then
+    packages+=(libbenchmark-dev)
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+    if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "ok installed"; then
+        missing+=("$package")
+    fi
+done
+[[ ${#missing[@]} -eq 0 ]] && exit 0
+
+echo "Installing: ${missing[*]}"
+sudo=()
+[[ $(id -u) -ne 0 ]] && sudo=(sudo)
+export DEBIAN_FRONTEND=noninteractive
+"${sudo[@]}" apt-get update -q
+"${sudo[@]}" apt-get install -y -q --no-install-recommends "${missing[@]}"

@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# The test command: installs what is missing, builds, and runs every test through
+# CTest; then builds the tests again with AddressSanitizer and UndefinedBehaviorSanitizer
+# and runs them once more, failing on any report. SANITIZERS=0 skips the second pass.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+jobs=$(nproc)
+"$root/scripts/install-deps.sh"
+
+run_tests() {
+    local build=$1
+    shift
+    cmake -S "$root" -B "$build" -DVMTOOLS_WERROR=ON "$@"
+    cmake --build "$build" -j"$jobs"
+    (cd "$build" && ctest --output-on-failure --label-exclude slow -j"$jobs")
+}
+
+run_tests "$root/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+if [[ "${SANITIZERS:-1}" != 0 ]]; then
+    export ASAN_OPTIONS=abort_on_error=1:detect_leaks=1
+    export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+    export LSAN_OPTIONS=suppressions=$root/tests/sanitizer/lsan.supp
+    run_tests "$root/build-asan" -DCMAKE_BUILD_TYPE=Debug -DVMTOOLS_SANITIZE=address,undefined
+fi
