@@ -1,8 +1,40 @@
 #include "interfacestatus.h"
 
+#include <QProcess>
+
+namespace {
+
+enum InterfaceStatus { Down = 0, Routed = 1, NoRoute = 2, Unavailable = 3 };
+
+// Runs ip to the end; false when it could not start, crashed or failed.
+bool runIp(QProcess *process, const QStringList &arguments, QString *output)
+{
+    process->start(QStringLiteral("ip"), arguments, QIODevice::ReadWrite);
+    if (!process->waitForFinished(-1) || process->exitStatus() != QProcess::NormalExit ||
+        process->exitCode() != 0)
+        return false;
+    *output = QString::fromUtf8(process->readAllStandardOutput());
+    return true;
+}
+
+} // namespace
+
 int getInterfaceStatus(const QString &interfaceName, const QString &interfaceAddress)
 {
-    Q_UNUSED(interfaceName);
     Q_UNUSED(interfaceAddress);
-    return 3;
+    QProcess process;
+    QString addresses;
+    if (!runIp(
+            &process,
+            {QStringLiteral("addr"), QStringLiteral("show"), QStringLiteral("dev"), interfaceName},
+            &addresses))
+        return Unavailable;
+    if (addresses.contains(QLatin1String("state DOWN")))
+        return Down;
+    QString routes;
+    if (!runIp(&process, {QStringLiteral("route")}, &routes))
+        return Unavailable;
+    // Blanks on both sides, so vboxnet0 does not match a route through vboxnet01.
+    const QString needle = QStringLiteral(" %1 %2 ").arg(QStringLiteral("dev"), interfaceName);
+    return routes.contains(needle) ? Routed : NoRoute;
 }

@@ -43,9 +43,8 @@ public:
     VMToolsMachine *getMachine(const QString &id) override;
     bool doesMachineExist(const QString &id) const override;
     QString getAdapterName() const override;
-    unsigned int createMachine(const QString &appliancePath, const QString &name,
-                               unsigned int cpus, unsigned int memory,
-                               unsigned int sdCardSize) override;
+    unsigned int createMachine(const QString &appliancePath, const QString &name, unsigned int cpus,
+                               unsigned int memory, unsigned int sdCardSize) override;
     bool startMachine(VMToolsMachine *machine, VMToolsMachine::LaunchType type) override;
     bool stopMachine(VMToolsMachine *machine) override;
     bool startStopDevice(VMToolsMachine *machine) override;
@@ -86,6 +85,17 @@ public:
     bool cleanDeployDir(const QString &path) const;
 
 private:
+    // The folder that holds one sub-folder per device ("vms.path"), ending in a separator.
+    QString deployDirectory() const;
+    // Whether deployDirectory() + name stays a sub-folder of the deploy directory.
+    static bool isSafeDeviceName(const QString &name);
+    // Folders that a clean-up must never remove: the root, home, product and deploy
+    // folders, and every folder that contains one of them.
+    bool isProtectedFolder(const QString &path) const;
+    // Steps of createHostOnlyInterface once VirtualBox has made the interface.
+    bool configureHostOnlyInterface(const QString &name);
+    bool addDhcpServer(const QString &name, const QString &subnet, const QString &mask);
+
     QString m_vboxManagePath;
     QString m_adapterName;
     unsigned int m_maxCpuCount = 8;

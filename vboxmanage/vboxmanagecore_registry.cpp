@@ -1,26 +1,106 @@
 #include "vboxmanagecore.h"
 
-QList<VMToolsMachine *> VBoxManageCore::getMachines()
+#include "vboxmanagemachine.h"
+
+#include <vmtools/vboxlog.h>
+#include <vmtools/vboxmanagecommon.h>
+
+#include <QDir>
+#include <QRegularExpression>
+
+namespace {
+
+VBoxManageCommon::CallResult showVmInfo(const QString &path, const QString &id,
+                                        VBoxManageCommon::Options options)
 {
-    return {};
+    return VBoxManageCommon::call(path, {QStringLiteral("showvminfo"), id}, options);
 }
 
-VMToolsMachine * VBoxManageCore::getMachine(const QString &id)
+} // namespace
+
+QList<VMToolsMachine *> VBoxManageCore::getMachines()
 {
-    return nullptr;
+    QList<VMToolsMachine *> machines;
+    const VBoxManageCommon::CallResult result =
+        VBoxManageCommon::call(m_vboxManagePath, {QStringLiteral("list"), QStringLiteral("vms")},
+                               VBoxManageCommon::WaitForever);
+    if (result.exitCode != 0)
+        return machines;
+
+    static const QRegularExpression line(QStringLiteral("^\"(.+)\" \\{(.+)\\}$"));
+    const QStringList lines = result.output.split(QLatin1Char('\n'), Qt::KeepEmptyParts);
+    for (const QString &text : lines) {
+        const QRegularExpressionMatch match = line.match(text.trimmed());
+        if (!match.hasMatch())
+            continue;
+        const QString uuid = match.captured(2);
+        // Other VirtualBox machines on the host are none of our business.
+        if (isCompatible(uuid))
+            machines.append(new VBoxManageMachine(uuid, match.captured(1), m_vboxManagePath));
+    }
+    return machines;
+}
+
+VMToolsMachine *VBoxManageCore::getMachine(const QString &id)
+{
+    const VBoxManageCommon::CallResult result =
+        showVmInfo(m_vboxManagePath, id, VBoxManageCommon::WaitForever);
+    if (result.exitCode != 0)
+        return nullptr;
+
+    static const QRegularExpression uuidLine(QStringLiteral("\\bUUID:\\s+([^\\r\\n]+)\\r?\\n.*"));
+    const QRegularExpressionMatch uuidMatch = uuidLine.match(result.output);
+    if (!uuidMatch.hasMatch())
+        return nullptr;
+    const QString uuid = uuidMatch.captured(1).trimmed();
+    // Asked by name: the machine keeps the name exactly as the caller gave it.
+    if (uuid != id)
+        return new VBoxManageMachine(uuid, id, m_vboxManagePath);
+
+    static const QRegularExpression nameLine(QStringLiteral("\\bName:\\s+([^\\r\\n]+)\\r?\\n.*"));
+    const QRegularExpressionMatch nameMatch = nameLine.match(result.output);
+    if (!nameMatch.hasMatch()) {
+        VBoxLog::critical() << "Can't find name of the given machine:" << id;
+        return nullptr;
+    }
+    return new VBoxManageMachine(uuid, nameMatch.captured(1).trimmed(), m_vboxManagePath);
 }
 
 bool VBoxManageCore::doesMachineExist(const QString &id) const
 {
-    return false;
+    // A missing machine is an expected answer, so the call is not logged.
+    const VBoxManageCommon::CallResult result =
+        showVmInfo(m_vboxManagePath, id, VBoxManageCommon::WaitForever | VBoxManageCommon::Silent);
+    if (result.exitCode != 0)
+        return false;
+    // The identifier goes into the patterns unescaped, as it always has.
+    const QRegularExpression byUuid(QStringLiteral("\\bUUID:\\s+%1\\r?\\n.*").arg(id));
+    if (byUuid.match(result.output).hasMatch())
+        return true;
+    const QRegularExpression byName(QStringLiteral("\\bName:\\s+%1\\r?\\n.*").arg(id));
+    return byName.match(result.output).hasMatch();
 }
 
 QString VBoxManageCore::getCurrentVBoxMachineFolderValue() const
 {
-    return {};
+    const VBoxManageCommon::CallResult result = VBoxManageCommon::call(
+        m_vboxManagePath, {QStringLiteral("list"), QStringLiteral("systemproperties")});
+    if (result.exitCode != 0)
+        return QString();
+
+    static const QRegularExpression folderLine(QStringLiteral("Default machine folder:([^\n]*)\n"));
+    const QRegularExpressionMatch match = folderLine.match(result.output);
+    QString folder = match.hasMatch() ? match.captured(1).trimmed() : QString();
+    if (folder.isEmpty())
+        folder = QStringLiteral("default");
+    VBoxLog::debug() << "VBox machinefolder path setting is " << folder;
+    return folder;
 }
 
 bool VBoxManageCore::setVBoxMachineFolderValue(const QString &path) const
 {
-    return false;
+    const QString folder = QDir::toNativeSeparators(QDir::cleanPath(path));
+    const VBoxManageCommon::CallResult result = VBoxManageCommon::call(
+        m_vboxManagePath, {QStringLiteral("setproperty"), QStringLiteral("machinefolder"), folder});
+    return result.exitCode == 0;
 }

@@ -41,12 +41,13 @@ SettingsController::SettingsController()
 {
     userLayers.append(applicationSettings);
 
-    const QString installPath = QCoreApplication::applicationDirPath() + QDir::separator()
-                                + InstallFileName;
+    const QString installPath =
+        QCoreApplication::applicationDirPath() + QDir::separator() + InstallFileName;
     auto installStore = QSharedPointer<QSettings>::create(installPath, QSettings::IniFormat);
     installStore->sync();
     if (installStore->status() != QSettings::NoError) {
-        qWarning().noquote() << QStringLiteral("Cannot init install path settings (status=%1) \"%2\"")
+        qWarning().noquote() << QStringLiteral(
+                                    "Cannot init install path settings (status=%1) \"%2\"")
                                     .arg(installStore->status())
                                     .arg(installStore->fileName());
         return;

@@ -36,6 +36,27 @@ void logOutcome(bool finished, const VBoxManageCommon::CallResult &result)
     }
 }
 
+// Ends and reaps a child left running after a time-out before its process object goes
+// away, so that QProcess's own "Destroyed while process ... is still running" warning
+// never joins the call's log lines (a Silent call must leave no trace at all).
+class ChildReaper
+{
+public:
+    explicit ChildReaper(QProcess &process)
+        : m_process(process)
+    {}
+    ~ChildReaper()
+    {
+        if (m_process.state() == QProcess::NotRunning)
+            return;
+        m_process.kill();
+        m_process.waitForFinished(-1);
+    }
+
+private:
+    QProcess &m_process;
+};
+
 } // namespace
 
 namespace VBoxManageCommon {
@@ -45,6 +66,7 @@ CallResult call(const QString &program, const QStringList &arguments, Options op
 {
     const bool silent = options.testFlag(Silent);
     QProcess process;
+    const ChildReaper reaper(process);
     process.setProcessChannelMode(QProcess::SeparateChannels);
     if (observer)
         observer->setProcess(&process);

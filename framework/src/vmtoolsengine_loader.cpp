@@ -11,8 +11,8 @@ const QString PluginName = QStringLiteral("vboxmanage");
 
 VMToolsEngine *failedLoad(const QString &pluginFolder)
 {
-    VBoxLog::critical() << QStringLiteral("Fail to load %1 plugin from %2")
-                               .arg(PluginName, pluginFolder);
+    VBoxLog::critical()
+        << QStringLiteral("Fail to load %1 plugin from %2").arg(PluginName, pluginFolder);
     return nullptr;
 }
 
@@ -21,7 +21,8 @@ VMToolsEngine *failedLoad(const QString &pluginFolder)
 VMToolsEngine *VMToolsEngine::loadEngine(LoadStateInfo *info)
 {
     VBoxLog::debug() << "Loading" << PluginName << "plugin";
-    const QString pluginFolder = QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/");
+    const QString pluginFolder =
+        QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/");
 
     // Not unloaded on purpose: the plug-in's code must stay mapped while its engine lives.
     QLibrary library(pluginFolder + PluginName);

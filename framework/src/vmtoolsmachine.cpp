@@ -15,8 +15,7 @@ const std::array<QString, 6> StatusStrings = {
 VMToolsMachine::ConnectionInfo::ConnectionInfo(ConnectionType type, const QString &name)
     : m_name(name)
     , m_type(type)
-{
-}
+{}
 
 VMToolsMachine::ConnectionInfo VMToolsMachine::ConnectionInfo::createNatConnectionInfo()
 {

@@ -7,8 +7,7 @@
 
 VMToolsObserver::VMToolsObserver(QObject *parent)
     : QObject(parent)
-{
-}
+{}
 
 VMToolsObserver::~VMToolsObserver() = default;
 

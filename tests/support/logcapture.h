@@ -10,10 +10,7 @@ struct LogLine
     QtMsgType type;
     QString text;
 
-    bool operator==(const LogLine &other) const
-    {
-        return type == other.type && text == other.text;
-    }
+    bool operator==(const LogLine &other) const { return type == other.type && text == other.text; }
 };
 
 // Captures the Qt message log (level and exact text of each line) while it lives.

@@ -58,8 +58,7 @@ void StandIn::onPrefix(const QStringList &args, const QList<Answer> &answers, co
     addRule(QStringLiteral("prefix"), QJsonArray::fromStringList(args), answers, tool);
 }
 
-void StandIn::onPattern(const QString &pattern, const QList<Answer> &answers,
-                        const QString &tool)
+void StandIn::onPattern(const QString &pattern, const QList<Answer> &answers, const QString &tool)
 {
     addRule(QStringLiteral("pattern"), pattern, answers, tool);
 }

@@ -28,7 +28,6 @@ VMTOOLS_EXPORT Registers hostCpuid(std::uint32_t leaf);
 VMTOOLS_EXPORT QString vendorString(const CpuidFunction &cpuid);
 
 // VT-x for "GenuineIntel", AMD-V for every other vendor; logs the register it read.
-VMTOOLS_EXPORT bool hasVirtualizationExtensions(const QString &vendor,
-                                                const CpuidFunction &cpuid);
+VMTOOLS_EXPORT bool hasVirtualizationExtensions(const QString &vendor, const CpuidFunction &cpuid);
 
 } // namespace CpuInfo

@@ -36,8 +36,13 @@ int runLoader()
     out() << "engine " << (engine ? "yes" : "no") << '\n';
     out() << "state " << info.state << '\n';
     out() << "message " << info.message << '\n';
-    if (engine)
+    if (engine) {
         out() << "version " << engine->version() << '\n';
+        out() << "virtualization " << (engine->isCPUVirtualizationAvailable() ? "yes" : "no")
+              << '\n';
+    }
+    // Keep the order of these lines and of the plug-in's own messages on standard error.
+    out().flush();
     delete engine;
     return 0;
 }
@@ -52,8 +57,11 @@ int main(int argc, char **argv)
     const QString command = args.value(0);
 
     if (command == QLatin1String("paths")) {
-        out() << "organization " << Paths::getOrganizationPath() << '\n';
-        out() << "quillomate " << Paths::getQuillomatePath() << '\n';
+        // Asked before anything is printed: the first use may log.
+        const QString organization = Paths::getOrganizationPath();
+        const QString quillomate = Paths::getQuillomatePath();
+        out() << "organization " << organization << '\n';
+        out() << "quillomate " << quillomate << '\n';
     } else if (command == QLatin1String("get")) {
         const QVariant value = Settings::get(args.value(1), args.value(2));
         out() << "value " << value.toString() << '\n';

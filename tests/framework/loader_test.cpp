@@ -1,0 +1,130 @@
+#include <vmtools/cpuinfo.h>
+
+#include "logcapture.h"
+#include "printers.h"
+#include "probehost.h"
+
+#include <gtest/gtest.h>
+
+#ifndef FAKE_ENGINE_PLUGIN
+#error "FAKE_ENGINE_PLUGIN must name the fake engine plug-in"
+#endif
+#ifndef NO_SYMBOL_PLUGIN
+#error "NO_SYMBOL_PLUGIN must name the plug-in without a factory"
+#endif
+
+namespace {
+
+const QString LoadingLine = QStringLiteral("log debug [VBox] Loading \"vboxmanage\" plugin");
+const QString LoadedLine = QStringLiteral("log debug [VBox] Plugin \"vboxmanage\" loaded");
+const QString Deleted = QStringLiteral("fake engine deleted");
+
+class LoaderTest : public ::testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(m_host.isValid()); }
+
+    void installPlugin(const QString &library)
+    {
+        ASSERT_TRUE(QDir().mkpath(m_host.appDir() + "/plugins"));
+        ASSERT_TRUE(QFile::copy(library, m_host.appDir() + "/plugins/libvboxmanage.so"));
+    }
+
+    QString failLine() const
+    {
+        return QStringLiteral(
+                   "log critical [VBox] \"Fail to load vboxmanage plugin from %1/plugins/\"")
+            .arg(m_host.appDir());
+    }
+
+    // What the engine's constructor finds on this host: the lines it logs (its vendor and
+    // the check's register) and the answer the probe prints after the engine's version.
+    struct HostProcessor
+    {
+        QStringList constructorLines;
+        QString virtualizationLine;
+    };
+
+    static HostProcessor hostProcessor()
+    {
+        const QString vendor = CpuInfo::vendorString(CpuInfo::hostCpuid);
+        LogCapture log;
+        const bool available = CpuInfo::hasVirtualizationExtensions(vendor, CpuInfo::hostCpuid);
+        HostProcessor host;
+        host.constructorLines.append(
+            QStringLiteral("log debug [VBox] Chipset: \"%1\"").arg(vendor));
+        for (const QString &text : log.texts())
+            host.constructorLines.append("log debug " + text);
+        host.virtualizationLine = available ? "virtualization yes" : "virtualization no";
+        return host;
+    }
+
+    ProbeHost m_host;
+};
+
+} // namespace
+
+TEST_F(LoaderTest, MissingLibraryOrFactoryFailsAndLeavesTheRecordUntouched)
+{
+    const QStringList untouched = {"engine no", "state -7", "message untouched"};
+
+    ProbeRun run = m_host.run({"load"});
+    EXPECT_EQ(run.lines, QStringList({LoadingLine, failLine()}) + untouched);
+
+    installPlugin(NO_SYMBOL_PLUGIN);
+    run = m_host.run({"load"});
+    EXPECT_EQ(run.lines, QStringList({LoadingLine, failLine()}) + untouched);
+}
+
+TEST_F(LoaderTest, FactoryReturningNullFailsAndLeavesTheRecordUntouched)
+{
+    installPlugin(FAKE_ENGINE_PLUGIN);
+    m_host.setEnv("FAKE_ENGINE_NULL", "1");
+
+    const ProbeRun run = m_host.run({"load"});
+
+    EXPECT_EQ(run.lines, QStringList({LoadingLine, LoadedLine,
+                                      "log critical [VBox] Unable to execute getVMToolsEngine "
+                                      "from \"vboxmanage\"",
+                                      failLine(), "engine no", "state -7", "message untouched"}));
+}
+
+TEST_F(LoaderTest, ReadyAndUsableEnginesAreReturnedWithTheirState)
+{
+    installPlugin(FAKE_ENGINE_PLUGIN);
+    const HostProcessor host = hostProcessor();
+    const QStringList loading = QStringList{LoadingLine, LoadedLine} + host.constructorLines;
+    const QString versionLine =
+        QStringLiteral("log debug [VBox] VM engine version: \"1.2.3-fake\"");
+
+    ProbeRun run = m_host.run({"load"});
+    EXPECT_EQ(run.lines,
+              loading + QStringList({versionLine, "engine yes", "state 0", "message ",
+                                     "version 1.2.3-fake", host.virtualizationLine, Deleted}));
+
+    m_host.setEnv("FAKE_ENGINE_STATE", "3");
+    m_host.setEnv("FAKE_ENGINE_MESSAGE", "Old interface \"vboxnet0\" kept");
+    run = m_host.run({"load"});
+    EXPECT_EQ(run.lines,
+              loading + QStringList({versionLine, "engine yes", "state 3",
+                                     "message Old interface \"vboxnet0\" kept",
+                                     "version 1.2.3-fake", host.virtualizationLine, Deleted}));
+}
+
+TEST_F(LoaderTest, FailedInitializationDeletesTheEngineAndReportsItsState)
+{
+    installPlugin(FAKE_ENGINE_PLUGIN);
+    const QStringList loading =
+        QStringList{LoadingLine, LoadedLine} + hostProcessor().constructorLines;
+
+    for (const QString state : {"1", "2", "4", "-1"}) {
+        SCOPED_TRACE(state.toStdString());
+        m_host.setEnv("FAKE_ENGINE_STATE", state);
+        m_host.setEnv("FAKE_ENGINE_MESSAGE", "VirtualBox is not installed");
+        const ProbeRun run = m_host.run({"load"});
+        // The loader itself deletes the engine before it reports the failure.
+        EXPECT_EQ(run.lines,
+                  loading + QStringList({Deleted, failLine(), "engine no", "state " + state,
+                                         "message VirtualBox is not installed"}));
+    }
+}

@@ -1,0 +1,260 @@
+#include "logcapture.h"
+#include "printers.h"
+#include "standin.h"
+
+#include <vmtools/settings.h>
+#include <vmtools/vmtoolsengine.h>
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+
+#include <memory>
+
+namespace {
+
+const QString Key = QStringLiteral("host.only.interface");
+const QStringList HostInfo = {"list", "hostinfo"};
+const QString Up = QStringLiteral("5: vboxnet0: <BROADCAST,MULTICAST,UP,LOWER_UP> mtu 1500 qdisc "
+                                  "fq_codel state UP group default qlen 1000\n");
+const QString Routed =
+    QStringLiteral("default via 10.0.0.1 dev eth0 proto dhcp metric 100 \n"
+                   "192.168.56.0/24 dev vboxnet0 proto kernel scope link src 192.168.56.1 \n");
+
+QString recorded(const QString &name)
+{
+    QFile file(QStringLiteral(TEST_DATA_DIR "/5.2/") + name);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+// VirtualBox with vboxnet0 and vboxnet1 and a fitting DHCP server for vboxnet0; `ip` shows
+// vboxnet0 with the given link and routes.
+void scriptHost(StandIn &standIn, const QString &link = Up, const QString &routes = Routed)
+{
+    standIn.onExact({"--version"}, {Answer::ok("5.2.44r139111\n")});
+    standIn.onExact({"list", "hostonlyifs"}, {Answer::ok(recorded("core-hostonlyifs.txt"))});
+    standIn.onExact({"list", "dhcpservers"}, {Answer::ok(recorded("core-dhcpservers.txt"))});
+    standIn.onExact({"addr", "show", "dev", "vboxnet0"}, {Answer::ok(link)}, "ip");
+    standIn.onExact({"route"}, {Answer::ok(routes)}, "ip");
+}
+
+QString ifRecord(const QString &name, const QString &address, const QString &mask)
+{
+    return QStringLiteral(
+               "Name:            %1\nGUID:            786f6276\nDHCP:            Disabled\n"
+               "IPAddress:       %2\nNetworkMask:     %3\nStatus:          Up\n"
+               "VBoxNetworkName: HostInterfaceNetworking-%1\n\n")
+        .arg(name, address, mask);
+}
+
+// Making vboxnet1 works unless a step is scripted to fail before this is called.
+void scriptCreation(StandIn &standIn)
+{
+    standIn.onExact({"hostonlyif", "create"},
+                    {Answer::ok("Interface 'vboxnet1' was successfully created\n")});
+    standIn.onPrefix({"hostonlyif", "ipconfig"}, {Answer::ok()});
+    standIn.onPrefix({"dhcpserver"}, {Answer::ok()});
+    standIn.onPrefix({"hostonlyif", "remove"},
+                     {Answer::fail(1, "VBoxManage: error: The host network interface named "
+                                      "'vboxnet7' could not be found\n")});
+}
+
+const QList<QStringList> CreationCalls = {
+    {"hostonlyif", "create"},
+    {"list", "hostonlyifs"},
+    {"hostonlyif", "ipconfig", "vboxnet1", "--ip", "192.168.57.1", "--netmask", "255.255.255.0"},
+    {"dhcpserver", "remove", "--ifname", "vboxnet1"},
+    {"dhcpserver", "add", "--ifname", "vboxnet1", "--ip", "192.168.57.100", "--netmask",
+     "255.255.255.0", "--lowerip", "192.168.57.101", "--upperip", "192.168.57.254", "--enable"},
+    {"--version"}};
+
+struct Loaded
+{
+    std::unique_ptr<VMToolsEngine> engine;
+    LoadStateInfo info{-1, QStringLiteral("untouched")};
+};
+
+Loaded load()
+{
+    Loaded loaded;
+    loaded.engine.reset(VMToolsEngine::loadEngine(&loaded.info));
+    return loaded;
+}
+
+} // namespace
+
+TEST(CoreStartupTest, UsableRememberedInterfaceIsKept)
+{
+    Settings::set(Key, QStringLiteral("vboxnet0"));
+    StandIn standIn;
+    scriptHost(standIn);
+    standIn.onExact(HostInfo, {Answer::ok(recorded("core-hostinfo.txt"))});
+    LogCapture log;
+    const Loaded loaded = load();
+    ASSERT_TRUE(loaded.engine);
+    EXPECT_EQ(loaded.info.state, 0);
+    EXPECT_EQ(loaded.info.message, "");
+    EXPECT_EQ(standIn.calls(),
+              (QList<QStringList>{
+                  HostInfo, {"list", "hostonlyifs"}, {"list", "dhcpservers"}, {"--version"}}));
+    EXPECT_EQ(standIn.calls("ip"),
+              (QList<QStringList>{{"addr", "show", "dev", "vboxnet0"}, {"route"}}));
+    EXPECT_EQ(Settings::get(Key).toString(), "vboxnet0");
+    EXPECT_EQ(loaded.engine->getAdapterName(), "vboxnet0");
+    EXPECT_TRUE(loaded.engine->isSystemReady());
+    EXPECT_EQ(loaded.engine->getMaxCpuCount(), 8u);
+    EXPECT_EQ(loaded.engine->getMaxMemory(), 15923u);
+    EXPECT_TRUE(log.contains(QtDebugMsg, "[VBox] get \"vboxnet0\" from host.only.interface"));
+    EXPECT_TRUE(log.contains(QtWarningMsg, "[VBox] [getSavedHostOnlyInterface] Checking "
+                                           "\"vboxnet0\" interface status ( "
+                                           "QHostAddress(\"192.168.56.1\") )"));
+    EXPECT_TRUE(log.contains(QtDebugMsg, "[VBox] [getSavedHostOnlyInterface] \"vboxnet0\" "
+                                         "Interface seems compatible"));
+}
+
+TEST(CoreStartupTest, UnusableRememberedInterfaceIsReplaced)
+{
+    struct Case
+    {
+        QString remembered;
+        QString link;
+        QString routes;
+        QString warning;
+    };
+    const QString tag = QStringLiteral("[VBox] [getSavedHostOnlyInterface] ");
+    const QList<Case> cases = {
+        {"vboxnet7", Up, Routed, QString()},
+        {"vboxnet0", "5: vboxnet0: <BROADCAST,MULTICAST> mtu 1500 state DOWN\n", Routed,
+         tag + "\"vboxnet0\" Interface is down"},
+        {"vboxnet0", Up, "192.168.56.0/24 dev vboxnet01 scope link\n10.0.0.0/8 dev vboxnet0",
+         tag + "Interface has no route"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE((c.remembered + ' ' + c.link).toStdString());
+        Settings::set(Key, c.remembered);
+        StandIn standIn;
+        scriptHost(standIn, c.link, c.routes);
+        scriptCreation(standIn);
+        standIn.onExact(HostInfo, {Answer::ok(recorded("core-hostinfo.txt"))});
+        LogCapture log;
+        const Loaded loaded = load();
+        ASSERT_TRUE(loaded.engine);
+        EXPECT_EQ(loaded.info.state, 0);
+        EXPECT_EQ(standIn.calls(),
+                  (QList<QStringList>{
+                       HostInfo, {"list", "hostonlyifs"}, {"hostonlyif", "remove", c.remembered}} +
+                   CreationCalls));
+        EXPECT_EQ(Settings::get(Key).toString(), "vboxnet1");
+        EXPECT_EQ(loaded.engine->getAdapterName(), "vboxnet1");
+        EXPECT_TRUE(log.contains(QtDebugMsg, "[VBox] Empty interface name"));
+        const QStringList debug = log.texts(QtDebugMsg);
+        EXPECT_TRUE(debug.contains("[VBox] set \"vboxnet1\" to host.only.interface"));
+        EXPECT_TRUE(debug.contains(
+            "[VBox] [createHostOnlyInterface] \"vboxnet1\" host-only interface is ready to use"));
+        if (!c.warning.isEmpty()) {
+            EXPECT_TRUE(log.contains(QtWarningMsg, c.warning)) << c.warning.toStdString();
+        }
+    }
+}
+
+TEST(CoreStartupTest, FailedCreationDropsTheEngineAndEmptiesTheSetting)
+{
+    struct Case
+    {
+        QStringList failingCall;
+        QList<Answer> answers;
+        int state;
+        QString critical;
+    };
+    const Answer listed = Answer::ok(recorded("core-hostonlyifs.txt"));
+    const QList<Case> cases = {
+        {{"hostonlyif", "create"}, {Answer::fail(1)}, 2, "Failed to create interface"},
+        {{"hostonlyif", "create"},
+         {Answer::ok("0%...100%\nInterface 'vboxnet1' was successfully created\n")},
+         2,
+         "Failed to retrieve interface name"},
+        {{"list", "hostonlyifs"},
+         {listed, Answer::ok(ifRecord("vboxnet1", "0.0.0.0", "255.255.255.0"))},
+         4,
+         "\"vboxnet1\" configuration is not valid. Subnet: \"0.0.0\" . Mask: \"255.255.255.0\""},
+        {{"list", "hostonlyifs"},
+         {listed, Answer::ok(ifRecord("vboxnet1", "192.168.57.1", "255.0.255.0"))},
+         4,
+         "\"vboxnet1\" configuration is not valid. Subnet: \"192.168.57\" . Mask: "
+         "\"255.0.255.0\""},
+        {{"list", "hostonlyifs"},
+         {listed, Answer::ok(ifRecord("vboxnet10", "192.168.57.1", "255.255.255.0"))},
+         4,
+         "Unable to retrieve interface"},
+        {{"hostonlyif", "ipconfig"}, {Answer::fail(1)}, 4, "Failed to configure interface ip/mask"},
+        {{"dhcpserver", "add"}, {Answer::fail(1)}, 4, "Failed to create DHCP server for interface"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.critical.toStdString());
+        Settings::set(Key, QStringLiteral("vboxnet7"));
+        StandIn standIn;
+        standIn.onPrefix(c.failingCall, c.answers);
+        scriptHost(standIn);
+        scriptCreation(standIn);
+        standIn.onExact(HostInfo, {Answer::ok(recorded("core-hostinfo.txt"))});
+        LogCapture log;
+        const Loaded loaded = load();
+        EXPECT_FALSE(loaded.engine);
+        EXPECT_EQ(loaded.info.state, c.state);
+        EXPECT_EQ(loaded.info.message, c.state == 4 ? "vboxnet1" : "");
+        EXPECT_EQ(Settings::get(Key).toString(), "");
+        const bool removesNewOne = standIn.calls().contains({"hostonlyif", "remove", "vboxnet1"});
+        EXPECT_EQ(removesNewOne, c.state == 4);
+        EXPECT_TRUE(log.contains(QtCriticalMsg, "[VBox] [createHostOnlyInterface] " + c.critical));
+        EXPECT_TRUE(log.texts(QtCriticalMsg)
+                        .last()
+                        .startsWith("[VBox] \"Fail to load vboxmanage plugin from "));
+    }
+}
+
+TEST(CoreStartupTest, OldInterfaceThatCannotBeRemovedStillGivesAnEngine)
+{
+    Settings::set(Key, QStringLiteral("vboxnet0"));
+    StandIn standIn;
+    standIn.onPrefix({"hostonlyif", "remove"}, {Answer::fail(1, "VBoxManage: error: busy\n")});
+    scriptHost(standIn, "3: vboxnet0: <BROADCAST,MULTICAST> state DOWN\n");
+    scriptCreation(standIn);
+    standIn.onExact(HostInfo, {Answer::ok(recorded("core-hostinfo.txt"))});
+    LogCapture log;
+    const Loaded loaded = load();
+    ASSERT_TRUE(loaded.engine);
+    EXPECT_EQ(loaded.info.state, 3);
+    EXPECT_EQ(loaded.info.message, "vboxnet0");
+    EXPECT_EQ(standIn.calls().count({"hostonlyif", "remove", "vboxnet0"}), 3);
+    EXPECT_EQ(Settings::get(Key).toString(), "vboxnet1");
+    EXPECT_EQ(loaded.engine->getAdapterName(), "vboxnet1");
+    EXPECT_TRUE(log.contains(QtWarningMsg,
+                             "[VBox] [createHostOnlyInterface] Failed to delete \"vboxnet0\""));
+}
+
+TEST(CoreStartupTest, HostInfoIsTriedSixTimes)
+{
+    Settings::set(Key, QStringLiteral("vboxnet0"));
+    StandIn standIn;
+    scriptHost(standIn);
+    const Answer busy =
+        Answer::fail(1, "VBoxManage: error: Failed to create the VirtualBox object!");
+    standIn.onExact(HostInfo,
+                    {busy, busy, busy, busy, busy, Answer::ok(recorded("core-hostinfo.txt"))});
+    Loaded loaded = load();
+    ASSERT_TRUE(loaded.engine);
+    EXPECT_EQ(loaded.info.state, 0);
+    EXPECT_EQ(standIn.calls().count(HostInfo), 6);
+
+    standIn.clearRules();
+    standIn.clearCalls();
+    standIn.onExact(HostInfo, {busy});
+    LogCapture log;
+    loaded = load();
+    EXPECT_FALSE(loaded.engine);
+    EXPECT_EQ(loaded.info.state, 1);
+    EXPECT_EQ(loaded.info.message, "");
+    EXPECT_EQ(standIn.calls().count(HostInfo), 6);
+    EXPECT_EQ(standIn.calls().size(), 6);
+    EXPECT_TRUE(log.contains(QtWarningMsg, "[VBox] empty result for 'vboxmanage list hostinfo'"));
+}

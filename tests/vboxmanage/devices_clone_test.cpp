@@ -1,0 +1,163 @@
+#include "devices_fixture.h"
+#include "devices_mockmachine.h"
+
+#include <vmtools/engineresult.h>
+
+using ::testing::NiceMock;
+using ::testing::Return;
+
+namespace {
+
+QString description(const QString &name)
+{
+    return QStringLiteral("Name:            %1\n"
+                          "UUID:            0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11\n"
+                          "Config file:     /vms/%1/%1.vbox\n"
+                          "State:           powered off (since 2024-06-03T09:14:07.512000000)\n")
+        .arg(name);
+}
+
+} // namespace
+
+class CloneTest : public DevicesTest
+{
+protected:
+    void SetUp() override
+    {
+        DevicesTest::SetUp();
+        ON_CALL(m_source, getName()).WillByDefault(Return("phone"));
+        scriptMachineFolder();
+    }
+
+    QStringList cloneCall(const QString &name) const
+    {
+        return {"clonevm", "phone",      "--mode",       "all",      "--name",
+                name,      "--register", "--basefolder", m_deployDir};
+    }
+    QStringList showVmInfo(const QString &name) const { return {"showvminfo", name}; }
+
+    NiceMock<MockMachine> m_source;
+};
+
+TEST_F(CloneTest, CloneStartsFromTheFactorySnapshotAfterClearingLeftovers)
+{
+    const QString leftover = makeFile("deployed/copy/android_system_disk.vmdk");
+    makeFile("deployed/copy/notes.txt");
+    // Unknown to doesMachineExist, then found once cloned.
+    m_standIn.onExact(showVmInfo("copy"), {Answer::fail(1), Answer::ok(description("copy"))});
+    m_standIn.onPrefix({"closemedium"}, {Answer::ok()});
+    m_standIn.onPrefix({"clonevm"},
+                       {Answer::ok("Machine has been successfully cloned as \"copy\"\n")});
+    m_standIn.onPrefix({"guestproperty", "enumerate"}, {Answer::ok("No properties found.\n")});
+    EXPECT_CALL(m_source, canResetToFactory()).WillOnce(Return(true));
+
+    EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", true), EngineResult::Success);
+
+    EXPECT_EQ(m_standIn.calls(),
+              (QList<QStringList>{readFolder(),
+                                  switchToDeploy(),
+                                  showVmInfo("copy"),
+                                  closeMedium(leftover),
+                                  cloneCall("copy") + QStringList{"--snapshot", "factory-backup"},
+                                  switchBack(),
+                                  showVmInfo("copy"),
+                                  {"guestproperty", "enumerate", "copy"},
+                                  showVmInfo("copy")}));
+    EXPECT_FALSE(QFileInfo::exists(m_deployDir + "copy"));
+    EXPECT_TRUE(m_log.contains(
+        QtDebugMsg, "[VBox] [Clone device] Device clone with success: \"phone\" to \"copy\""));
+}
+
+TEST_F(CloneTest, FactoryBackupIsAskedForOnlyWhenWantedAndUsedOnlyWhenPresent)
+{
+    m_standIn.onPrefix({"clonevm"}, {Answer::ok()});
+    EXPECT_CALL(m_source, canResetToFactory()).WillOnce(Return(false));
+    EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", true), EngineResult::Success);
+    EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", false), EngineResult::Success);
+
+    QList<QStringList> clones;
+    for (const QStringList &call : m_standIn.calls()) {
+        if (call.first() == "clonevm")
+            clones << call;
+    }
+    EXPECT_EQ(clones, (QList<QStringList>{cloneCall("copy"), cloneCall("copy")}));
+    // The clone could not be found afterwards: still a success, with a critical line.
+    EXPECT_TRUE(m_log.contains(
+        QtCriticalMsg,
+        "[VBox] [Clone device] can't retrieve new virtual device after its creation! \"copy\""));
+}
+
+TEST_F(CloneTest, FailuresAreToldApartAndTheFolderIsRestored)
+{
+    struct Case
+    {
+        QString error;
+        unsigned int code;
+    };
+    const QList<Case> cases{
+        {"VBoxManage: error: Machine settings file '/d/copy/copy.vbox' already exists\n",
+         EngineResult::CloneNameExists},
+        {"VBoxManage: error: VMDK: cannot write (VERR_DISK_FULL)\n", EngineResult::CloneDiskFull},
+        {"VBoxManage: error: Clone VM failed\n", EngineResult::CloneFailed},
+        // Both texts: the name clash wins.
+        {"already exists (VERR_DISK_FULL)", EngineResult::CloneNameExists}};
+    for (const Case &c : cases) {
+        m_standIn.clearCalls();
+        m_standIn.clearRules();
+        scriptMachineFolder("default");
+        m_standIn.onPrefix({"clonevm"}, {Answer::fail(1, c.error)});
+        EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", false), c.code) << c.error.toStdString();
+        EXPECT_EQ(m_standIn.calls(),
+                  (QList<QStringList>{readFolder(), switchToDeploy(), showVmInfo("copy"),
+                                      cloneCall("copy"), switchBack("default")}));
+    }
+}
+
+TEST_F(CloneTest, FolderOfARegisteredDeviceIsNeverCleaned)
+{
+    makeFile("deployed/phone/android_system_disk.vmdk");
+    makeFile("deployed/tablet/android_system_disk.vmdk");
+    const QStringList before = tree();
+    m_standIn.onExact(showVmInfo("tablet"), {Answer::ok(description("tablet"))});
+    m_standIn.onPrefix({"clonevm"}, {Answer::fail(1, "Machine settings file already exists")});
+
+    EXPECT_EQ(m_core.cloneMachine(&m_source, "phone", false), EngineResult::CloneNameExists);
+    EXPECT_EQ(m_core.cloneMachine(&m_source, "tablet", false), EngineResult::CloneNameExists);
+
+    EXPECT_EQ(tree(), before);
+    EXPECT_EQ(m_standIn.calls(),
+              (QList<QStringList>{readFolder(), switchToDeploy(), cloneCall("phone"), switchBack(),
+                                  readFolder(), switchToDeploy(), showVmInfo("tablet"),
+                                  cloneCall("tablet"), switchBack()}));
+}
+
+TEST_F(CloneTest, FolderThatCannotBeSwitchedStopsTheClone)
+{
+    m_standIn.clearRules();
+    m_standIn.onExact(readFolder(), {Answer::ok("Default machine folder:          /x\n")});
+    m_standIn.onPrefix({"setproperty"}, {Answer::fail(1)});
+    EXPECT_CALL(m_source, canResetToFactory()).Times(0);
+    EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", true), EngineResult::CloneFailed);
+    EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{readFolder(), switchToDeploy()}));
+}
+
+TEST_F(CloneTest, UnsafeNamesAreRefusedBeforeAnyCommand)
+{
+    makeFile("deployed/phone/android_system_disk.vmdk");
+    const QStringList before = tree();
+    const QStringList unsafe{"", ".", "..", "../outside", "a/b", "a\\b", QString("a") + QChar(0)};
+    for (const QString &name : unsafe) {
+        EXPECT_EQ(m_core.cloneMachine(&m_source, name, false), EngineResult::CloneFailed);
+    }
+    NiceMock<MockMachine> badSource;
+    ON_CALL(badSource, getName()).WillByDefault(Return(".."));
+    EXPECT_EQ(m_core.cloneMachine(&badSource, "copy", false), EngineResult::CloneFailed);
+
+    EXPECT_TRUE(m_standIn.calls().isEmpty());
+    EXPECT_EQ(tree(), before);
+    EXPECT_EQ(m_log.texts(QtCriticalMsg).size(), unsafe.size() + 1);
+    EXPECT_TRUE(m_log.contains(QtCriticalMsg,
+                               "[VBox] [Clone device] Refusing unsafe device name \"../outside\""));
+    EXPECT_TRUE(
+        m_log.contains(QtCriticalMsg, "[VBox] [Clone device] Refusing unsafe device name \"..\""));
+}

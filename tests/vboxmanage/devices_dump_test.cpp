@@ -1,0 +1,31 @@
+#include "devices_fixture.h"
+
+using DumpTest = DevicesTest;
+
+TEST_F(DumpTest, EngineDumpAppendsSevenBlocksEvenForFailingCommands)
+{
+    m_standIn.onExact({"--version"}, {Answer::ok("5.2.44r139111\n")});
+    m_standIn.onExact({"list", "hostonlyifs"}, {Answer::fail(1, "VBoxManage: error: x\n")});
+    m_standIn.onExact({"list", "hostinfo"},
+                      {Answer::ok("Host Information:\n\nProcessor count: 4")});
+    // Everything else is unscripted: it fails and prints nothing on standard output.
+    QFile file(m_root.path() + "/info.txt");
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("host part\n");
+
+    m_core.dumpInfos(&file);
+    file.close();
+
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(file.readAll()), "host part\n"
+                                                 "VBoxManage --version\n5.2.44r139111\n\n\n\n"
+                                                 "VBoxManage list intnets\n\n\n\n"
+                                                 "VBoxManage list natnets\n\n\n\n"
+                                                 "VBoxManage list bridgedifs\n\n\n\n"
+                                                 "VBoxManage list dhcpservers\n\n\n\n"
+                                                 "VBoxManage list hostonlyifs\n\n\n\n"
+                                                 "VBoxManage list hostinfo\n"
+                                                 "Host Information:\n\nProcessor count: 4\n\n\n");
+    EXPECT_EQ(m_standIn.calls().size(), 7);
+    EXPECT_EQ(m_log.lines().first(), (LogLine{QtDebugMsg, "[VBox] Generate info file"}));
+}

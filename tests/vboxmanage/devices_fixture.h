@@ -1,0 +1,98 @@
+#pragma once
+
+#include "logcapture.h"
+#include "printers.h"
+#include "standin.h"
+#include "vboxmanagecore.h"
+
+#include <vmtools/settings.h>
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QTemporaryDir>
+
+// Whole-device operations against the stand-in, with a deploy directory of the test's own
+// ("vms.path") inside a temporary root that also holds a folder of unrelated files.
+class DevicesTest : public ::testing::Test
+{
+protected:
+    static constexpr const char *UserFolder = "/home/u/VirtualBox VMs";
+
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_root.isValid());
+        m_deployDir = m_root.path() + QStringLiteral("/deployed/");
+        Settings::set(QStringLiteral("vms.path"), m_deployDir);
+        makeFile(QStringLiteral("outside/keep.vmdk"));
+        makeFile(QStringLiteral("deployed/other/android_data_disk.vmdk"));
+    }
+
+    void TearDown() override { Settings::remove(QStringLiteral("vms.path")); }
+
+    // VirtualBox shows `current` as its machine folder and accepts every switch.
+    void scriptMachineFolder(const QString &current = QLatin1String(UserFolder))
+    {
+        m_standIn.onExact({"list", "systemproperties"},
+                          {Answer::ok("API version:                     5_2\n"
+                                      "Default machine folder:          " +
+                                      current + "\nVRDE auth library:               VBoxAuth\n")});
+        m_standIn.onPrefix({"setproperty", "machinefolder"}, {Answer::ok()});
+    }
+
+    // The calls that switch the machine folder to the deploy directory and back.
+    QStringList readFolder() const { return {"list", "systemproperties"}; }
+    QStringList switchToDeploy() const
+    {
+        return {"setproperty", "machinefolder", QDir::cleanPath(m_deployDir)};
+    }
+    QStringList switchBack(const QString &folder = QLatin1String(UserFolder)) const
+    {
+        return {"setproperty", "machinefolder", folder};
+    }
+    QStringList closeMedium(const QString &path) const
+    {
+        return {"closemedium", "disk", path, "--delete"};
+    }
+
+    // A VBoxManage output recorded from VirtualBox 5.2.
+    static QString recorded(const QString &file)
+    {
+        QFile data(QStringLiteral(TEST_DATA_DIR "/5.2/") + file);
+        EXPECT_TRUE(data.open(QIODevice::ReadOnly)) << file.toStdString();
+        return QString::fromUtf8(data.readAll());
+    }
+
+    QString makeFile(const QString &relative, const QByteArray &content = "disk")
+    {
+        const QString path = m_root.path() + QLatin1Char('/') + relative;
+        QDir().mkpath(QFileInfo(path).path());
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        return path;
+    }
+
+    // Every entry under the temporary root with its size, to prove that nothing changed.
+    QStringList tree() const
+    {
+        QStringList entries;
+        QDirIterator it(m_root.path(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
+                        QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            it.next();
+            entries << it.filePath().mid(m_root.path().size()) + QLatin1Char(' ') +
+                           QString::number(it.fileInfo().isDir() ? -1 : it.fileInfo().size());
+        }
+        entries.sort();
+        return entries;
+    }
+
+    QTemporaryDir m_root;
+    QString m_deployDir;
+    StandIn m_standIn;
+    VBoxManageCore m_core;
+    LogCapture m_log;
+};

@@ -1,0 +1,228 @@
+// A host's view of the plug-in: the engine comes from bin/plugins through the loader and
+// everything after that goes through the two virtual interfaces only.
+#include "logcapture.h"
+#include "printers.h"
+#include "standin.h"
+
+#include <vmtools/settings.h>
+#include <vmtools/vmtoolsengine.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+QString recorded(const QString &file)
+{
+    QFile data(QStringLiteral(TEST_DATA_DIR "/5.2/") + file);
+    EXPECT_TRUE(data.open(QIODevice::ReadOnly)) << file.toStdString();
+    return QString::fromUtf8(data.readAll());
+}
+
+const QString Properties = QStringLiteral(
+    "Name: /VirtualBox/HostInfo/VBoxVer, value: 5.2.44, timestamp: 1584387254070548000, flags: "
+    "TRANSIENT, RDONLYGUEST\n"
+    "Name: vbox_dpi, value: 240, timestamp: 1584387254070548001, flags: \n"
+    "Name: vbox_graph_mode, value: 1080x1920-16, timestamp: 1584387254070548002, flags: \n");
+
+QString description(const QString &state)
+{
+    return QStringLiteral("Name:            phone\n"
+                          "UUID:            0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11\n"
+                          "Config file:     /vms/phone/phone.vbox\n"
+                          "Memory size:     2048MB\n"
+                          "Number of CPUs:  2\n"
+                          "State:           %1 (since 2024-06-03T09:14:07.512000000)\n"
+                          "NIC 1:           MAC: 080027A1B2C3, Attachment: Host-only Interface "
+                          "'vboxnet0', Cable connected: on\n")
+        .arg(state);
+}
+
+// Log lines from the engine's own constructor on: the base part before it reports the
+// host's processor, which differs from machine to machine.
+QStringList fromPath(const QStringList &lines)
+{
+    const int start = lines.indexOf(QStringLiteral("[VBox] Path: \"VBoxManage\""));
+    return start < 0 ? lines : QStringList(lines.mid(start));
+}
+
+QStringList callLines(const QStringList &arguments)
+{
+    return {"[VBox] Call: (\"" + arguments.join("\", \"") + "\")", "[VBox] Return code: 0"};
+}
+
+} // namespace
+
+class HostStyleTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        Settings::set(QStringLiteral("host.only.interface"), QStringLiteral("vboxnet0"));
+        m_standIn.onExact({"list", "hostinfo"}, {Answer::ok(recorded("core-hostinfo.txt"))});
+        m_standIn.onExact({"list", "hostonlyifs"}, {Answer::ok(recorded("core-hostonlyifs.txt"))});
+        m_standIn.onExact({"list", "dhcpservers"}, {Answer::ok(recorded("core-dhcpservers.txt"))});
+        m_standIn.onExact({"--version"}, {Answer::ok("5.2.44r139111\n")});
+        m_standIn.onExact({"addr", "show", "dev", "vboxnet0"},
+                          {Answer::ok("5: vboxnet0: <BROADCAST,MULTICAST,UP> mtu 1500 state UP\n")},
+                          "ip");
+        m_standIn.onExact({"route"},
+                          {Answer::ok("192.168.56.0/24 dev vboxnet0 proto kernel scope link\n")},
+                          "ip");
+    }
+
+    void TearDown() override { Settings::remove(QStringLiteral("host.only.interface")); }
+
+    StandIn m_standIn;
+    LogCapture m_log;
+};
+
+TEST_F(HostStyleTest, EngineIsLoadedFromThePluginFolderAndInitialized)
+{
+    LoadStateInfo info{-1, QStringLiteral("untouched")};
+    const std::unique_ptr<VMToolsEngine> engine(VMToolsEngine::loadEngine(&info));
+    ASSERT_TRUE(engine);
+    EXPECT_EQ(info.state, 0);
+    EXPECT_EQ(info.message, QString());
+    EXPECT_TRUE(engine->isSystemReady());
+    EXPECT_EQ(engine->getAdapterName(), "vboxnet0");
+    EXPECT_EQ(engine->getMaxCpuCount(), 8u);
+    EXPECT_EQ(engine->getMaxMemory(), 15923u);
+
+    EXPECT_EQ(m_standIn.allCalls().size(), 6);
+    const QStringList lines = m_log.texts();
+    EXPECT_EQ(lines.mid(0, 2), (QStringList{"[VBox] Loading \"vboxmanage\" plugin",
+                                            "[VBox] Plugin \"vboxmanage\" loaded"}));
+    const QStringList expected =
+        QStringList{"[VBox] Path: \"VBoxManage\""} + callLines({"list", "hostinfo"}) +
+        QStringList{"[VBox] [System properties] Online physical CPU number: 8",
+                    "[VBox] [System properties] Online virtual CPU number: 4",
+                    "[VBox] CPU number is > 8 - Fix max number to 8",
+                    "[VBox] [System properties] Max CPU number: 8",
+                    "[VBox] [System properties] Max memory size: 15923",
+                    "[VBox] get \"vboxnet0\" from host.only.interface",
+                    "[VBox] [findHostOnlyInterface] Looking for compatible host-only "
+                    "interface"} +
+        callLines({"list", "hostonlyifs"}) +
+        QStringList{"[VBox] [getSavedHostOnlyInterface] Checking \"vboxnet0\" "
+                    "interface status ( QHostAddress(\"192.168.56.1\") )",
+                    "[VBox] [getSavedHostOnlyInterface] \"vboxnet0\" Interface seems "
+                    "compatible"} +
+        callLines({"list", "dhcpservers"}) +
+        QStringList{"[VBox] [getAvailableDhcpServerList] \"HostInterfaceNetworking-vboxnet1\" "
+                    "DHCP server is not enabled",
+                    "[VBox] [checkIfInterfaceHasValidDhcp] "
+                    "\"HostInterfaceNetworking-vboxnet0\" DHCP server is associated "
+                    "with \"vboxnet0\" interface",
+                    "[VBox] [checkIfInterfaceHasValidDhcp] \"vboxnet0\" interface is "
+                    "compatible"} +
+        callLines({"--version"}) + QStringList{"[VBox] VM engine version: \"5.2.44r139111\""};
+    EXPECT_EQ(fromPath(lines), expected);
+}
+
+TEST_F(HostStyleTest, HostDrivesADeviceThroughTheInterfaces)
+{
+    LoadStateInfo info;
+    const std::unique_ptr<VMToolsEngine> engine(VMToolsEngine::loadEngine(&info));
+    ASSERT_TRUE(engine);
+    // Off while the host looks it up, then three starts: from off, from off, from paused.
+    m_standIn.onExact({"showvminfo", "phone"},
+                      {Answer::ok(description("powered off")),
+                       Answer::ok(description("powered off")),
+                       Answer::ok(description("powered off")), Answer::ok(description("running")),
+                       Answer::ok(description("powered off")), Answer::ok(description("running")),
+                       Answer::ok(description("paused")), Answer::ok(description("running"))});
+    m_standIn.onExact({"guestproperty", "enumerate", "phone"}, {Answer::ok(Properties)});
+    m_standIn.onExact({"guestproperty", "get", "phone", "tovalyn_ip_management"},
+                      {Answer::ok("No value set!\n"), Answer::ok("No value set!\n"),
+                       Answer::ok("Value: 192.168.56.101\n")});
+    m_standIn.onPrefix({"guestproperty", "set", "phone"}, {Answer::ok()});
+    m_standIn.onPrefix({"modifyvm", "phone"}, {Answer::ok()});
+    m_standIn.onPrefix({"startvm", "phone"}, {Answer::ok()});
+    m_standIn.onExact({"controlvm", "phone", "resume"}, {Answer::ok()});
+    m_standIn.onExact({"snapshot", "phone", "list"},
+                      {Answer::ok("   Name: factory-backup (UUID: "
+                                  "d29df676-d481-4e27-9fa6-b9daab0a32b9) *\n")});
+    m_standIn.onPrefix({"snapshot", "phone"}, {Answer::ok()});
+    m_standIn.clearCalls();
+
+    const std::unique_ptr<VMToolsMachine> machine(engine->getMachine("phone"));
+    ASSERT_TRUE(machine);
+    EXPECT_EQ(machine->getUuid(), "0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11");
+    EXPECT_EQ(machine->getAdapterType(1), VMToolsMachine::HostOnlyAdapter);
+
+    // The profile: written once each, read back from the cache without a command.
+    EXPECT_EQ(machine->getResolution(), QSize(1080, 1920));
+    machine->setResolution(QSize(720, 1280));
+    machine->setDeviceId(QString());
+    machine->setFullScreen(true);
+    EXPECT_EQ(machine->getResolution(), QSize(720, 1280));
+    EXPECT_EQ(machine->getDeviceId(), QString());
+    EXPECT_TRUE(machine->isFullScreen());
+    EXPECT_EQ(machine->getDensity(), "240");
+    EXPECT_EQ(machine->getData("/VirtualBox/HostInfo/VBoxVer", "none"), "none");
+
+    m_log.clear();
+    EXPECT_TRUE(engine->startMachine(machine.get(), VMToolsMachine::HeadlessLaunch));
+    const QStringList startLog = m_log.texts();
+    EXPECT_TRUE(engine->startMachine(machine.get(), VMToolsMachine::GuiLaunch));
+    EXPECT_TRUE(engine->startMachine(machine.get(), VMToolsMachine::GuiLaunch));
+
+    EXPECT_EQ(machine->waitForIP(), "192.168.56.101");
+    EXPECT_EQ(machine->getAdbSerial(), "192.168.56.101:5555");
+
+    m_log.clear();
+    EXPECT_TRUE(machine->createFactoryBackup());
+    EXPECT_EQ(machine->resetFactory(), 0);
+    const QStringList resetLog = m_log.texts();
+
+    const QList<QStringList> bind{
+        {"modifyvm", "phone", "--nic1", "hostonly"},
+        {"modifyvm", "phone", "--hostonlyadapter1", "vboxnet0"},
+        {"modifyvm", "phone", "--nictype1", "virtio"},
+        {"modifyvm", "phone", "--cableconnected1", "on"},
+        {"guestproperty", "set", "phone", "quillomate_player_version", "1"},
+        {"guestproperty", "set", "phone", "quillomate_vm_name", "phone"},
+        {"showvminfo", "phone"}};
+    const QStringList poll{"guestproperty", "get", "phone", "tovalyn_ip_management"};
+    const QList<QStringList> expected =
+        QList<QStringList>{{"showvminfo", "phone"},
+                           {"guestproperty", "enumerate", "phone"},
+                           {"showvminfo", "phone"},
+                           {"guestproperty", "set", "phone", "vbox_graph_mode", "720x1280-16"},
+                           {"guestproperty", "set", "phone", "quillomate_device_id", "[none]"},
+                           {"guestproperty", "set", "phone", "quillomate_full_screen", "yes"}} +
+        bind +
+        QList<QStringList>{{"startvm", "phone", "--type", "headless"}, {"showvminfo", "phone"}} +
+        bind + QList<QStringList>{{"startvm", "phone", "--type", "gui"}, {"showvminfo", "phone"}} +
+        bind + QList<QStringList>{{"controlvm", "phone", "resume"}, {"showvminfo", "phone"}} +
+        QList<QStringList>{poll,
+                           poll,
+                           poll,
+                           {"snapshot", "phone", "take", "factory-backup", "--description",
+                            "Initial snapshot to reset factory state"},
+                           {"snapshot", "phone", "list"},
+                           {"snapshot", "phone", "restore", "factory-backup"}};
+    EXPECT_EQ(m_standIn.calls(), expected);
+    EXPECT_TRUE(m_standIn.calls("ip").isEmpty()); // the interface is checked at start-up only
+
+    QStringList expectedStartLog;
+    for (const QStringList &call : bind)
+        expectedStartLog << callLines(call);
+    expectedStartLog << callLines({"startvm", "phone", "--type", "headless"})
+                     << callLines({"showvminfo", "phone"});
+    EXPECT_EQ(startLog, expectedStartLog);
+    const QStringList expectedResetLog =
+        callLines({"snapshot", "phone", "take", "factory-backup", "--description",
+                   "Initial snapshot to reset factory state"}) +
+        QStringList{"[VBox] \"phone\" : Snapshot created with success: \"factory-backup\""} +
+        callLines({"snapshot", "phone", "list"}) +
+        QStringList{"[VBox] List all snapshot(s):",
+                    "[VBox] - \"phone\" : Snapshot found: \"factory-backup\"",
+                    "[VBox] \"phone\" : snapshot found: \"factory-backup\""} +
+        callLines({"snapshot", "phone", "restore", "factory-backup"}) +
+        QStringList{"[VBox] \"phone\" : Snapshot restored with success: "
+                    "\"factory-backup\""};
+    EXPECT_EQ(resetLog, expectedResetLog);
+}

@@ -1,0 +1,153 @@
+#include "vboxmanagemachine.h"
+
+#include "logcapture.h"
+#include "printers.h"
+#include "standin.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+QString recorded(const QString &name)
+{
+    QFile file(QStringLiteral(TEST_DATA_DIR "/5.2/") + name);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name.toStdString();
+    return QString::fromUtf8(file.readAll());
+}
+
+const QStringList ShowVmInfo{"showvminfo", "phone"};
+const QStringList List{"snapshot", "phone", "list"};
+const QStringList Restore{"snapshot", "phone", "restore", "factory-backup"};
+
+// A machine "phone" built from the recorded description.
+class MachineStorageTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_standIn.onExact(ShowVmInfo, {Answer::ok(recorded("machine-showvminfo.txt"))});
+        m_machine.reset(new VBoxManageMachine("u", "phone", "VBoxManage"));
+        m_standIn.clearCalls();
+    }
+
+    StandIn m_standIn;
+    std::unique_ptr<VBoxManageMachine> m_machine;
+};
+
+} // namespace
+
+TEST_F(MachineStorageTest, ListingFlattensTheSnapshotTree)
+{
+    m_standIn.onExact(List, {Answer::ok(recorded("machine-snapshot-list.txt")),
+                             Answer::ok("   Name: two  blanks  (UUID: 1234)\n")});
+    LogCapture log;
+
+    EXPECT_EQ(m_machine->listSnapshots(),
+              (QStringList{"factory-backup", "before update", "after update"}));
+    EXPECT_EQ(log.texts(QtDebugMsg).filter(QRegularExpression("^\\[VBox\\] (List|-) ")),
+              (QStringList{"[VBox] List all snapshot(s):",
+                           "[VBox] - \"phone\" : Snapshot found: \"factory-backup\"",
+                           "[VBox] - \"phone\" : Snapshot found: \"before update\"",
+                           "[VBox] - \"phone\" : Snapshot found: \"after update\""}));
+    // Only the last blank before the bracket is dropped.
+    EXPECT_EQ(m_machine->listSnapshots(), QStringList{"two  blanks "});
+}
+
+TEST_F(MachineStorageTest, FactoryResetNeedsTheExactBackupName)
+{
+    m_standIn.onExact(List, {Answer{1, "This machine does not have any snapshots\n", QString()},
+                             Answer::ok("   Name: Factory-Backup (UUID: 9b2c4d6e)\n")});
+    LogCapture log;
+
+    EXPECT_EQ(m_machine->resetFactory(), 1);
+    EXPECT_FALSE(m_machine->canResetToFactory());
+
+    EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{List, List}));
+    EXPECT_EQ(log.texts(QtCriticalMsg).filter("phone"),
+              (QStringList{"[VBox] \"phone\" : snapshot not found: \"factory-backup\"",
+                           "[VBox] \"phone\" : Unable to restore snapshot: \"factory-backup\" : "
+                           "no such snapshot",
+                           "[VBox] \"phone\" : snapshot not found: \"factory-backup\""}));
+}
+
+TEST_F(MachineStorageTest, BackupIsTakenAndRestored)
+{
+    const QStringList take{"snapshot",      "phone",
+                           "take",          "factory-backup",
+                           "--description", "Initial snapshot to reset factory state"};
+    m_standIn.onExact(take, {Answer::ok("Snapshot taken. UUID: 9b2c4d6e\n"), Answer::fail(1)});
+    m_standIn.onExact(List, {Answer::ok(recorded("machine-snapshot-list.txt"))});
+    m_standIn.onExact(Restore, {Answer::fail(1, "VBoxManage: error: locked\n"), Answer::ok()});
+    LogCapture log;
+
+    EXPECT_TRUE(m_machine->createFactoryBackup());
+    EXPECT_FALSE(m_machine->createFactoryBackup());
+    EXPECT_EQ(m_machine->resetFactory(), 2);
+    EXPECT_EQ(m_machine->resetFactory(), 0);
+
+    EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{take, take, List, Restore, List, Restore}));
+    EXPECT_EQ(
+        log.texts(QtDebugMsg).filter(QRegularExpression("^\\[VBox\\] \"phone\" :")),
+        (QStringList{"[VBox] \"phone\" : Snapshot created with success: \"factory-backup\"",
+                     "[VBox] \"phone\" : snapshot found: \"factory-backup\"",
+                     "[VBox] \"phone\" : snapshot found: \"factory-backup\"",
+                     "[VBox] \"phone\" : Snapshot restored with success: \"factory-backup\""}));
+}
+
+TEST_F(MachineStorageTest, DisksAreFoundAttachedAndDeletedByPlace)
+{
+    const QStringList place{"storageattach", "phone", "--storagectl", "IDEController",
+                            "--port",        "1",     "--device",     "0"};
+    const QStringList attach = QStringList(place) << "--type"
+                                                  << "hdd"
+                                                  << "--medium"
+                                                  << "/a/c/disk.vdi";
+    const QStringList detach = QStringList(place) << "--medium"
+                                                  << "none";
+    const QStringList close{"closemedium", "disk", "3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e",
+                            "--delete"};
+    m_standIn.onExact(attach, {Answer::ok()});
+    m_standIn.onExact(detach, {Answer::ok(), Answer::fail(1), Answer::ok()});
+    m_standIn.onExact(close, {Answer::fail(1), Answer::ok()});
+
+    EXPECT_EQ(m_machine->getDiskUuid(PrimaryPort, SlaveDevice),
+              "2d8f6b4c-3e5a-4f7b-9cad-1e2f3a4b5c6d");
+    EXPECT_TRUE(m_machine->attachDisk("/a/b/../c//disk.vdi", SecondaryPort, MasterDevice));
+    EXPECT_FALSE(m_machine->deleteDisk(SecondaryPort, MasterDevice));
+    EXPECT_FALSE(m_machine->deleteDisk(SecondaryPort, MasterDevice));
+    EXPECT_TRUE(m_machine->deleteDisk(SecondaryPort, MasterDevice));
+
+    EXPECT_EQ(m_standIn.calls().mid(1),
+              (QList<QStringList>{attach, ShowVmInfo, detach, close, ShowVmInfo, detach, ShowVmInfo,
+                                  detach, close}));
+
+    // Upper-case digits are not a UUID here.
+    m_standIn.clearRules();
+    m_standIn.onExact(ShowVmInfo,
+                      {Answer::ok("IDEController (1, 0): /d/sdcard.vdi (UUID: 3E9A7C5D-4F6B)\n")});
+    EXPECT_EQ(m_machine->getDiskUuid(SecondaryPort, MasterDevice), "");
+}
+
+TEST_F(MachineStorageTest, DumpWritesThreeBlocksEvenWhenCommandsFail)
+{
+    m_standIn.onExact({"guestproperty", "enumerate", "phone"}, {Answer::ok("No properties.\n")});
+    m_standIn.onExact({"showvminfo", "phone", "--details"}, {Answer::ok("Name:  phone\n")});
+    QTemporaryDir dir;
+    QFile file(dir.filePath("info.txt"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("engine part\n");
+
+    m_machine->dumpInfos(&file);
+    file.close();
+
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(file.readAll()),
+              "engine part\n"
+              "VBoxManage guestproperty enumerate phone\nNo properties.\n\n\n\n"
+              "VBoxManage getextradata phone enumerate\n\n\n\n"
+              "VBoxManage showvminfo phone --details\nName:  phone\n\n\n\n");
+}
