@@ -1,0 +1,263 @@
+#include "commands.h"
+#include "console.h"
+
+#include <QHostAddress>
+
+namespace VBoxSim {
+
+namespace {
+
+const QString HostonlyFile = QStringLiteral("VBoxManageHostonly.cpp");
+const QString DhcpFile = QStringLiteral("VBoxManageDHCPServer.cpp");
+
+QString networkOf(const QString &interfaceName)
+{
+    return QStringLiteral("HostInterfaceNetworking-") + interfaceName;
+}
+
+void interfaceNotFound(const QString &name, int line, const QString &file)
+{
+    printComError(
+        {QStringLiteral("The host network interface named '%1' could not be found").arg(name),
+         codeInvalidArg(), QStringLiteral("HostWrap"), QStringLiteral("IHost"),
+         QStringLiteral("FindHostNetworkInterfaceByName(Bstr(pszName).raw(), "
+                        "hif.asOutParam())"),
+         line, file});
+}
+
+int createInterface(Context &context)
+{
+    if (context.faultIs("fail")) {
+        printErr(context.format->progressFailure(QStringLiteral("NS_ERROR_FAILURE")));
+        printComError({QStringLiteral("Failed to create the host-only adapter\nVBoxNetAdpCtl: "
+                                      "Error while adding new interface: failed to open "
+                                      "/dev/vboxnetctl: No such file or directory"),
+                       codeFailure(), QStringLiteral("HostNetworkInterfaceWrap"),
+                       QStringLiteral("IHostNetworkInterface"),
+                       QStringLiteral("RTEXITCODE handleCreate(HandlerArg*)"), 94, HostonlyFile});
+        return ExitFailure;
+    }
+    int index = 0;
+    while (context.host.findHostOnly(QStringLiteral("vboxnet%1").arg(index)))
+        ++index;
+    HostOnlyInterface iface;
+    iface.name = QStringLiteral("vboxnet%1").arg(index);
+    iface.index = index;
+    iface.ipAddress = QStringLiteral("192.168.%1.1").arg(56 + index);
+    iface.networkMask = QStringLiteral("255.255.255.0");
+    context.host.hostOnlyInterfaces.append(iface);
+    context.changed = true;
+    printProgress(context);
+    printOut(QStringLiteral("Interface '%1' was successfully created\n").arg(iface.name));
+    return ExitSuccess;
+}
+
+int removeInterface(Context &context, const QString &name)
+{
+    HostState &host = context.host;
+    if (!host.findHostOnly(name)) {
+        interfaceNotFound(name, context.format->hostOnlyLookupLine(true), HostonlyFile);
+        return ExitFailure;
+    }
+    printProgress(context);
+    for (int i = 0; i < host.hostOnlyInterfaces.size(); ++i)
+        if (host.hostOnlyInterfaces[i].name == name)
+            host.hostOnlyInterfaces.removeAt(i--);
+    // VirtualBox drops the interface's DHCP server with it.
+    for (int i = 0; i < host.dhcpServers.size(); ++i)
+        if (host.dhcpServers[i].networkName == networkOf(name))
+            host.dhcpServers.removeAt(i--);
+    context.changed = true;
+    return ExitSuccess;
+}
+
+bool allowedHostOnlyAddress(const QString &ip)
+{
+    return QHostAddress(ip).isInSubnet(QHostAddress(QStringLiteral("192.168.56.0")), 21);
+}
+
+int configureInterface(Context &context, const QStringList &args)
+{
+    HostOnlyInterface *iface = context.host.findHostOnly(args[2]);
+    if (!iface) {
+        interfaceNotFound(args[2], context.format->hostOnlyLookupLine(false), HostonlyFile);
+        return ExitFailure;
+    }
+    const Options options(args, 3, {"--dhcp"});
+    const QString ip = options.value(QStringLiteral("--ip"));
+    if (ip.isEmpty() && !options.has(QStringLiteral("--dhcp")))
+        return syntaxError(context,
+                           QStringLiteral("Neither -dhcp nor -ip nor -ipv6 was specfified"));
+    if (ip.isEmpty())
+        return ExitSuccess;
+    if (QHostAddress(ip).protocol() != QAbstractSocket::IPv4Protocol)
+        return syntaxError(context, QStringLiteral("Invalid IP address '%1'").arg(ip));
+    if (context.format->restrictsHostOnlyAddresses() && !allowedHostOnlyAddress(ip)) {
+        printError(QStringLiteral("Code E_ACCESSDENIED (0x80070005) - Access denied (extended info "
+                                  "not available)\nContext: \"EnableStaticIPConfig(Bstr(pszIp)."
+                                  "raw(), Bstr(pszNetmask).raw())\" at line %1 of file %2")
+                       .arg(context.format->hostOnlyLookupLine(false) + 10)
+                       .arg(HostonlyFile));
+        return ExitFailure;
+    }
+    iface->ipAddress = ip;
+    iface->networkMask =
+        options.value(QStringLiteral("--netmask"), QStringLiteral("255.255.255.0"));
+    context.changed = true;
+    return ExitSuccess;
+}
+
+// Option names of 5.2 and their 6.1 spellings, all accepted.
+QString dhcpOption(const Options &options, const QStringList &names)
+{
+    for (const QString &name : names)
+        if (options.has(name))
+            return options.value(name);
+    return QString();
+}
+
+int dhcpAdd(Context &context, const Options &options, const QString &network,
+            const QString &interfaceName)
+{
+    const QString ip = dhcpOption(options, {"--ip", "-ip", "--server-ip"});
+    const QString mask = dhcpOption(options, {"--netmask", "-netmask"});
+    const QString lower = dhcpOption(options, {"--lowerip", "-lowerip", "--lower-ip"});
+    const QString upper = dhcpOption(options, {"--upperip", "-upperip", "--upper-ip"});
+    const bool modern = context.format->listsMachineFolderItems();
+    const QStringList missing = {ip.isEmpty() ? "--ip" : "", mask.isEmpty() ? "--netmask" : "",
+                                 lower.isEmpty() ? "--lowerip" : "",
+                                 upper.isEmpty() ? "--upperip" : ""};
+    for (const QString &option : missing)
+        if (!option.isEmpty())
+            return syntaxError(
+                context, modern ? QStringLiteral("Missing required option: %1").arg(option)
+                                : QStringLiteral("You need to specify %1 option").arg(option));
+    if (context.host.findDhcpServer(network)) {
+        printError(QStringLiteral("DHCP server already exists"));
+        return ExitSyntax;
+    }
+    if (!interfaceName.isEmpty() && !context.host.findHostOnly(interfaceName)) {
+        interfaceNotFound(interfaceName, 296, DhcpFile);
+        printError(QStringLiteral("Could not find interface '%1'").arg(interfaceName));
+        return ExitSyntax;
+    }
+    DhcpServer server;
+    server.networkName = network;
+    server.ipAddress = ip;
+    server.networkMask = mask;
+    server.lowerIp = lower;
+    server.upperIp = upper;
+    server.enabled =
+        options.has(QStringLiteral("--enable")) || options.has(QStringLiteral("-enable"));
+    context.host.dhcpServers.append(server);
+    context.changed = true;
+    return ExitSuccess;
+}
+
+int dhcpRemove(Context &context, const QString &network, const QString &interfaceName)
+{
+    HostState &host = context.host;
+    if (!host.findDhcpServer(network)) {
+        if (!context.format->listsMachineFolderItems()) {
+            printError(QStringLiteral("DHCP server does not exist"));
+            return ExitSyntax;
+        }
+        printError(interfaceName.isEmpty()
+                       ? QStringLiteral("Failed to find DHCP server for network '%1'").arg(network)
+                       : QStringLiteral("Failed to find DHCP server for host-only interface '%1' "
+                                        "(network '%2')")
+                             .arg(interfaceName, network));
+        return ExitFailure;
+    }
+    for (int i = 0; i < host.dhcpServers.size(); ++i)
+        if (host.dhcpServers[i].networkName == network)
+            host.dhcpServers.removeAt(i--);
+    context.changed = true;
+    return ExitSuccess;
+}
+
+int dhcpModify(Context &context, const Options &options, const QString &network)
+{
+    DhcpServer *server = context.host.findDhcpServer(network);
+    if (!server) {
+        printError(QStringLiteral("DHCP server does not exist"));
+        return ExitSyntax;
+    }
+    const QString ip = dhcpOption(options, {"--ip", "-ip", "--server-ip"});
+    const QString mask = dhcpOption(options, {"--netmask", "-netmask"});
+    const QString lower = dhcpOption(options, {"--lowerip", "-lowerip", "--lower-ip"});
+    const QString upper = dhcpOption(options, {"--upperip", "-upperip", "--upper-ip"});
+    if (!ip.isEmpty())
+        server->ipAddress = ip;
+    if (!mask.isEmpty())
+        server->networkMask = mask;
+    if (!lower.isEmpty())
+        server->lowerIp = lower;
+    if (!upper.isEmpty())
+        server->upperIp = upper;
+    if (options.has(QStringLiteral("--enable")))
+        server->enabled = true;
+    if (options.has(QStringLiteral("--disable")))
+        server->enabled = false;
+    context.changed = true;
+    return ExitSuccess;
+}
+
+} // namespace
+
+int setPropertyCommand(Context &context, const QStringList &args)
+{
+    if (args.size() != 3)
+        return syntaxError(context, QStringLiteral("Incorrect number of parameters"));
+    if (args[1] != QLatin1String("machinefolder"))
+        return syntaxError(context, QStringLiteral("Invalid parameter '%1'").arg(args[1]));
+    context.host.machineFolder = args[2] == QLatin1String("default")
+                                     ? HostState::defaultHost(context.home).machineFolder
+                                     : cleanAbsolutePath(args[2]);
+    context.changed = true;
+    return ExitSuccess;
+}
+
+int hostOnlyIfCommand(Context &context, const QStringList &args)
+{
+    if (args.size() < 2)
+        return syntaxError(context, QStringLiteral("Not enough parameters"));
+    const QString sub = args[1];
+    if (sub == QLatin1String("create"))
+        return createInterface(context);
+    if (args.size() < 3)
+        return syntaxError(context, QStringLiteral("Not enough parameters"));
+    if (sub == QLatin1String("remove"))
+        return removeInterface(context, args[2]);
+    if (sub == QLatin1String("ipconfig"))
+        return configureInterface(context, args);
+    return syntaxError(context, QStringLiteral("Invalid parameter '%1'").arg(sub));
+}
+
+int dhcpServerCommand(Context &context, const QStringList &args)
+{
+    if (args.size() < 2)
+        return syntaxError(context, QStringLiteral("Not enough parameters"));
+    const QString sub = args[1];
+    const Options options(args, 2, {"--enable", "-enable", "--disable", "-disable"});
+    const QString interfaceName = dhcpOption(options, {"--ifname", "-ifname", "--interface"});
+    QString network = dhcpOption(options, {"--netname", "-netname", "--network"});
+    if (network.isEmpty() == interfaceName.isEmpty())
+        return syntaxError(context,
+                           context.format->listsMachineFolderItems()
+                               ? QStringLiteral("You need to specify either --network or "
+                                                "--interface to identify the DHCP server")
+                               : QStringLiteral("You need to specify either --netname or --ifname "
+                                                "to identify the DHCP server"));
+    if (network.isEmpty())
+        network = networkOf(interfaceName);
+    if (sub == QLatin1String("add"))
+        return dhcpAdd(context, options, network, interfaceName);
+    if (sub == QLatin1String("remove"))
+        return dhcpRemove(context, network, interfaceName);
+    if (sub == QLatin1String("modify"))
+        return dhcpModify(context, options, network);
+    return syntaxError(context, QStringLiteral("Invalid parameter '%1'").arg(sub));
+}
+
+} // namespace VBoxSim

@@ -1,0 +1,92 @@
+#include "console.h"
+
+#include <cstdio>
+
+namespace VBoxSim {
+
+volatile std::sig_atomic_t g_interrupted = 0;
+
+namespace {
+
+void write(FILE *stream, const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
+    std::fflush(stream);
+}
+
+extern "C" void onInterrupt(int)
+{
+    g_interrupted = 1;
+}
+
+} // namespace
+
+void printOut(const QString &text)
+{
+    write(stdout, text);
+}
+
+void printErr(const QString &text)
+{
+    write(stderr, text);
+}
+
+void printError(const QString &message)
+{
+    QString text;
+    for (const QString &line : message.split('\n'))
+        text += QStringLiteral("VBoxManage: error: ") + line + '\n';
+    printErr(text);
+}
+
+void printComError(const ComError &error)
+{
+    QString details =
+        QStringLiteral("Details: code %1, component %2, interface %3, callee nsISupports")
+            .arg(error.code, error.component, error.interface);
+    QString lines = error.message + '\n' + details;
+    if (!error.context.isEmpty())
+        lines += QStringLiteral("\nContext: \"%1\" at line %2 of file %3")
+                     .arg(error.context)
+                     .arg(error.line)
+                     .arg(error.file);
+    printError(lines);
+}
+
+void installInterruptHandler()
+{
+    std::signal(SIGINT, onInterrupt);
+}
+
+QString codeObjectNotFound()
+{
+    return QStringLiteral("VBOX_E_OBJECT_NOT_FOUND (0x80bb0001)");
+}
+
+QString codeFileError()
+{
+    return QStringLiteral("VBOX_E_FILE_ERROR (0x80bb0004)");
+}
+
+QString codeInvalidObjectState()
+{
+    return QStringLiteral("VBOX_E_INVALID_OBJECT_STATE (0x80bb0007)");
+}
+
+QString codeInvalidVmState()
+{
+    return QStringLiteral("VBOX_E_INVALID_VM_STATE (0x80bb0002)");
+}
+
+QString codeFailure()
+{
+    return QStringLiteral("NS_ERROR_FAILURE (0x80004005)");
+}
+
+QString codeInvalidArg()
+{
+    return QStringLiteral("NS_ERROR_INVALID_ARG (0x80070057)");
+}
+
+} // namespace VBoxSim

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QStringList>
+
+namespace VBoxSim {
+
+// One run of the VBoxManage stand-in: the arguments after the program name in, the exit
+// code out; output goes straight to stdout and stderr.
+int runVBoxManage(const QStringList &args);
+
+// One run of the ip stand-in.
+int runIp(const QStringList &args);
+
+} // namespace VBoxSim

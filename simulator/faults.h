@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+// Failures that tests and demos ask for through the file named by VBOXSIM_FAULTS.
+// One fault a line: "<command> <kind> [count=N] [vm=NAME] [ms=N] [exit=N] [message=TEXT]";
+// see README.md.
+namespace VBoxSim {
+
+struct Fault
+{
+    QStringList command; // leading arguments that select the run, e.g. {"hostonlyif", "create"}
+    QString kind;        // vmx, svm, diskfull, locked, fail, slow, down
+    int count = -1;      // how many matching runs fail; -1 for all of them
+    QString vm;
+    int ms = 5000;
+    int exitCode = 1;
+    QString message;
+    QString key; // the line itself, which identifies the fault's use count
+
+    bool matches(const QStringList &args) const;
+};
+
+class Faults
+{
+public:
+    // Reads the fault file and the use counts kept in `home`. Bad lines are skipped.
+    void load(const QString &faultFile, const QString &home);
+    // The first fault that matches and still has uses left; using it counts one use.
+    const Fault *take(const QStringList &args);
+
+    static bool parseLine(const QString &line, Fault *fault);
+
+private:
+    QList<Fault> m_faults;
+    QString m_usesFile;
+};
+
+} // namespace VBoxSim
