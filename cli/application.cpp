@@ -1,0 +1,107 @@
+#include "application.h"
+
+#include "commandcontext.h"
+#include "commandline.h"
+#include "console.h"
+#include "interrupt.h"
+#include "logging.h"
+#include "output.h"
+#include "progress.h"
+#include "resultwords.h"
+#include "worker.h"
+
+#include <vmtools/vmtoolsengine.h>
+
+#include <QCoreApplication>
+#include <QJsonObject>
+
+#include <memory>
+#include <unistd.h>
+
+namespace {
+
+int loadEngine(CommandContext &context, std::unique_ptr<VMToolsEngine> *engine)
+{
+    if (!context.step(QStringLiteral("Starting the VirtualBox engine")))
+        return context.interrupted();
+    LoadStateInfo state{-1, QString()}; // -1 stays when the plug-in gives no engine at all
+    engine->reset(VMToolsEngine::loadEngine(&state));
+    context.stepDone();
+    if (!*engine) {
+        const QString folder = QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/");
+        return context.out().fail(ResultWords::loadFailure(state, folder),
+                                  ExitCode::EngineUnavailable,
+                                  {{QStringLiteral("loadState"), state.state}});
+    }
+    if (state.state == 3)
+        context.out().note(QStringLiteral("the old host-only network interface %1 could not be "
+                                          "removed; a new one is in use")
+                               .arg(state.message));
+    context.setEngine(engine->get(), state);
+    return ExitCode::Success;
+}
+
+int runCommand(CommandContext &context)
+{
+    std::unique_ptr<VMToolsEngine> engine;
+    if (context.command().needsEngine) {
+        const int loaded = loadEngine(context, &engine);
+        if (loaded != ExitCode::Success)
+            return loaded;
+    }
+    if (context.isInterrupted())
+        return context.interrupted();
+    const int result = context.command().run(context);
+    if (result == ExitCode::Interrupted || !context.isInterrupted())
+        return result;
+    // The result is out already (one JSON object at most); only the status tells. On a
+    // terminal Ctrl-C reaches VBoxManage too, so a failure may well be the interrupt's.
+    context.out().note(result == ExitCode::Success
+                           ? QStringLiteral("interrupted, after the work was done")
+                           : QStringLiteral("interrupted"));
+    return ExitCode::Interrupted;
+}
+
+int usageError(const ParsedCommandLine &parsed)
+{
+    Output output(parsed.json);
+    const int code = output.fail(parsed.error, ExitCode::Usage);
+    output.note(parsed.command ? QStringLiteral("see 'vmtools %1 --help'").arg(parsed.command->name)
+                               : QStringLiteral("see 'vmtools --help'"));
+    return code;
+}
+
+} // namespace
+
+int Application::run(const QStringList &arguments)
+{
+    const ParsedCommandLine parsed = CommandLine::parse(arguments);
+    switch (parsed.action) {
+    case ParsedCommandLine::Action::Overview:
+        Console::instance().out(CommandLine::overview());
+        return ExitCode::Success;
+    case ParsedCommandLine::Action::Version:
+        Console::instance().out(
+            QStringLiteral("vmtools %1\n").arg(QStringLiteral(VMTOOLS_VERSION)));
+        return ExitCode::Success;
+    case ParsedCommandLine::Action::CommandHelp:
+        Console::instance().out(CommandLine::commandHelp(*parsed.command));
+        return ExitCode::Success;
+    case ParsedCommandLine::Action::UsageError:
+        return usageError(parsed);
+    case ParsedCommandLine::Action::RunCommand:
+        break;
+    }
+
+    Output output(parsed.json);
+    QString logError;
+    if (!Logging::install({parsed.verbose, parsed.logFile}, &logError))
+        return output.fail(logError, ExitCode::Usage);
+    Console::instance().setStatusEnabled(::isatty(STDERR_FILENO) == 1);
+
+    Progress progress;
+    Interruption interruption;
+    CommandContext context(*parsed.command, *parsed.parser, output, progress, interruption);
+    TaskRunner runner(progress, interruption);
+    return runner.run([&context] { return runCommand(context); });
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "command.h"
+
+#include <QCommandLineParser>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+// The command line: global options anywhere, one command word, the command's own
+// options and arguments.
+struct ParsedCommandLine
+{
+    enum class Action { RunCommand, Overview, Version, CommandHelp, UsageError };
+
+    Action action = Action::UsageError;
+    const Command *command = nullptr;
+    bool json = false;
+    bool verbose = false;
+    QString logFile;
+    QString error;                              // for UsageError
+    std::unique_ptr<QCommandLineParser> parser; // the command's, once parsed
+};
+
+namespace CommandLine {
+
+// `arguments` as QCoreApplication::arguments() gives them: the program comes first.
+ParsedCommandLine parse(const QStringList &arguments);
+
+QString overview();
+QString commandHelp(const Command &command);
+
+} // namespace CommandLine

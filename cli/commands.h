@@ -1,0 +1,15 @@
+#pragma once
+
+#include "command.h"
+
+// The sub-commands, grouped as the overview shows them.
+namespace Commands {
+QList<Command> engineCommands();    // info, repair-network, deploy-dir, dump
+QList<Command> deviceCommands();    // list, show, create, clone, rename, delete
+QList<Command> lifecycleCommands(); // start, stop, check, wait-ip, factory-backup/-reset
+QList<Command> profileCommands();   // get, set, network
+QList<Command> mediaCommands();     // export, copy-disk, delete-disk
+
+QList<Command> all();
+const Command *find(const QString &name);
+} // namespace Commands

@@ -1,0 +1,363 @@
+#include "commandcontext.h"
+#include "commands.h"
+#include "output.h"
+#include "profilekeys.h"
+#include "resultwords.h"
+
+#include <vmtools/engineresult.h>
+#include <vmtools/vmtoolsengine.h>
+#include <vmtools/vmtoolsmachine.h>
+
+#include <QFileInfo>
+#include <QJsonArray>
+
+#include <memory>
+
+namespace {
+
+const QString UnknownAddress = QStringLiteral("0.0.0.0");
+
+QString resolutionText(const QSize &size)
+{
+    return QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
+}
+
+int list(CommandContext &c)
+{
+    if (!c.step(QStringLiteral("Listing devices")))
+        return c.interrupted();
+    std::vector<std::unique_ptr<VMToolsMachine>> machines;
+    for (VMToolsMachine *machine : c.engine()->getMachines())
+        machines.emplace_back(machine);
+    c.stepDone();
+
+    QJsonArray devices;
+    QList<QStringList> rows;
+    for (const auto &machine : machines) {
+        const QString state = ResultWords::state(machine->getOnLoadStatus());
+        const QString resolution = resolutionText(machine->getResolution());
+        devices.append(QJsonObject{
+            {QStringLiteral("name"), machine->getName()},
+            {QStringLiteral("uuid"), machine->getUuid()},
+            {QStringLiteral("state"), state},
+            {QStringLiteral("cpus"), static_cast<double>(machine->getCPUCount())},
+            {QStringLiteral("memory"), static_cast<double>(machine->getRAM())},
+            {QStringLiteral("android-version"), machine->getAndroidVersion()},
+            {QStringLiteral("resolution"), resolution},
+        });
+        rows.append({machine->getName(), state, QString::number(machine->getCPUCount()),
+                     QStringLiteral("%1 MB").arg(machine->getRAM()), machine->getAndroidVersion(),
+                     resolution});
+    }
+    const QString text =
+        rows.isEmpty()
+            ? QStringLiteral("No devices.")
+            : TextFormat::table({QStringLiteral("NAME"), QStringLiteral("STATE"),
+                                 QStringLiteral("CPUS"), QStringLiteral("MEMORY"),
+                                 QStringLiteral("ANDROID"), QStringLiteral("RESOLUTION")},
+                                rows);
+    return c.out().done({{QStringLiteral("devices"), devices}}, text);
+}
+
+QJsonObject profileJson(VMToolsMachine &machine, TextFormat::Fields *fields)
+{
+    QJsonObject profile;
+    for (const ProfileKey &key : ProfileKeys::all()) {
+        const QVariant value = key.read(machine);
+        profile.insert(key.name, ProfileKeys::jsonValue(key, value));
+        fields->append({key.name, ProfileKeys::displayText(key, value)});
+    }
+    return profile;
+}
+
+int show(CommandContext &c)
+{
+    int code = ExitCode::Success;
+    const auto machine = c.machine(c.argument(0), &code);
+    if (!machine)
+        return code;
+    if (!c.step(QStringLiteral("Reading %1").arg(machine->getName())))
+        return c.interrupted();
+    const QString state = ResultWords::state(machine->getStatus());
+    const QString folder = machine->getPath();
+    const QString address = machine->getIPAddress();
+    const QString serial = address == UnknownAddress ? QString() : machine->getAdbSerial();
+    const bool factoryBackup = machine->canResetToFactory();
+    const QString adapter1 = VMToolsMachine::getAdapterTypeString(machine->getAdapterType(1));
+    const VMToolsMachine::ConnectionInfo connection = machine->getConnectionInfo();
+    const QString sdCard = machine->getDiskUuid(SecondaryPort, MasterDevice);
+    c.stepDone();
+
+    const QString network = ResultWords::connection(connection.type());
+    TextFormat::Fields fields{
+        {QStringLiteral("Name"), machine->getName()},
+        {QStringLiteral("UUID"), machine->getUuid()},
+        {QStringLiteral("State"), state},
+        {QStringLiteral("Folder"), folder},
+        {QStringLiteral("IP address"),
+         address == UnknownAddress ? QStringLiteral("(unknown)") : address},
+        {QStringLiteral("ADB serial"), serial.isEmpty() ? QStringLiteral("(unknown)") : serial},
+        {QStringLiteral("Factory backup"), TextFormat::yesNo(factoryBackup)},
+        {QStringLiteral("Adapter 1"), adapter1},
+        {QStringLiteral("Adapter 2"), connection.name().isEmpty()
+                                          ? network
+                                          : network + QStringLiteral(" to ") + connection.name()},
+        {QStringLiteral("SD-card disk"), sdCard.isEmpty() ? QStringLiteral("(none)") : sdCard},
+    };
+    TextFormat::Fields profileFields;
+    const QJsonObject profile = profileJson(*machine, &profileFields);
+    const QJsonObject json{
+        {QStringLiteral("name"), machine->getName()},
+        {QStringLiteral("uuid"), machine->getUuid()},
+        {QStringLiteral("state"), state},
+        {QStringLiteral("folder"), folder},
+        {QStringLiteral("ipAddress"), address},
+        {QStringLiteral("adbSerial"), serial},
+        {QStringLiteral("factoryBackup"), factoryBackup},
+        {QStringLiteral("adapter1"), adapter1},
+        {QStringLiteral("adapter2"), QJsonObject{{QStringLiteral("type"), network},
+                                                 {QStringLiteral("interface"), connection.name()}}},
+        {QStringLiteral("sdCardDisk"), sdCard},
+        {QStringLiteral("profile"), profile},
+    };
+    return c.out().done(json, TextFormat::fields(fields) + QStringLiteral("\nProfile:\n") +
+                                  TextFormat::fields(profileFields));
+}
+
+// A second device of the same name would have its folder cleaned by the engine before
+// VirtualBox refused the name: refuse it here, before anything runs.
+bool nameIsFree(CommandContext &c, const QString &name, int *exitCode)
+{
+    if (!c.step(QStringLiteral("Checking the name %1").arg(name))) {
+        *exitCode = c.interrupted();
+        return false;
+    }
+    const bool exists = c.engine()->doesMachineExist(name);
+    c.stepDone();
+    if (!exists)
+        return true;
+    *exitCode =
+        c.out().fail(ResultWords::engineResult(EngineResult::CloneNameExists), ExitCode::Failure,
+                     {{QStringLiteral("result"), int(EngineResult::CloneNameExists)}});
+    return false;
+}
+
+int engineFailure(CommandContext &c, unsigned int result)
+{
+    c.stepDone();
+    return c.out().fail(ResultWords::engineResult(result), ExitCode::Failure,
+                        {{QStringLiteral("result"), static_cast<double>(result)}});
+}
+
+bool sdCardOption(CommandContext &c, unsigned int *size, int *exitCode)
+{
+    const QString text = c.options().value(QStringLiteral("sdcard"));
+    if (text == QLatin1String("0")) {
+        *size = 0;
+        return true;
+    }
+    return c.countOption(QStringLiteral("sdcard"), size, exitCode);
+}
+
+bool withinLimits(CommandContext &c, unsigned int cpus, unsigned int memory, int *exitCode)
+{
+    const unsigned int maxCpus = c.engine()->getMaxCpuCount();
+    const unsigned int maxMemory = c.engine()->getMaxMemory();
+    if (cpus > maxCpus) {
+        *exitCode = c.usage(
+            QStringLiteral("--cpus %1 is more than this host allows (%2)").arg(cpus).arg(maxCpus));
+        return false;
+    }
+    if (memory > maxMemory) {
+        *exitCode = c.usage(QStringLiteral("--memory %1 is more than this host allows (%2 MB)")
+                                .arg(memory)
+                                .arg(maxMemory));
+        return false;
+    }
+    return true;
+}
+
+int create(CommandContext &c)
+{
+    const QString name = c.argument(0);
+    const QFileInfo appliance(c.argument(1));
+    int code = ExitCode::Success;
+    unsigned int cpus = 0, memory = 0, sdCard = 0;
+    if (!c.checkNewName(name, &code) || !c.countOption(QStringLiteral("cpus"), &cpus, &code) ||
+        !c.countOption(QStringLiteral("memory"), &memory, &code) ||
+        !sdCardOption(c, &sdCard, &code) || !withinLimits(c, cpus, memory, &code))
+        return code;
+    if (!appliance.isFile())
+        return c.fail(QStringLiteral("no appliance file at %1").arg(appliance.filePath()));
+    if (!nameIsFree(c, name, &code))
+        return code;
+
+    if (!c.step(QStringLiteral("Creating %1 from %2").arg(name, appliance.fileName())))
+        return c.interrupted();
+    const unsigned int result =
+        c.engine()->createMachine(appliance.absoluteFilePath(), name, cpus, memory, sdCard);
+    if (result != EngineResult::Success)
+        return engineFailure(c, result);
+    c.stepDone();
+    const QString card =
+        sdCard ? QStringLiteral("a %1 MB SD card").arg(sdCard) : QStringLiteral("no SD card");
+    return c.out().done({{QStringLiteral("name"), name},
+                         {QStringLiteral("cpus"), static_cast<double>(cpus)},
+                         {QStringLiteral("memory"), static_cast<double>(memory)},
+                         {QStringLiteral("sdCard"), static_cast<double>(sdCard)}},
+                        QStringLiteral("Created %1 with %2 CPU(s), %3 MB of memory and %4.")
+                            .arg(name)
+                            .arg(cpus)
+                            .arg(memory)
+                            .arg(card));
+}
+
+int cloneDevice(CommandContext &c)
+{
+    const QString source = c.argument(0);
+    const QString target = c.argument(1);
+    const bool fromFactory = c.options().isSet(QStringLiteral("from-factory"));
+    int code = ExitCode::Success;
+    if (!c.checkNewName(target, &code))
+        return code;
+    if (target == source)
+        return c.usage(QStringLiteral("the clone needs a name of its own"));
+    const auto machine = c.machine(source, &code);
+    if (!machine || !nameIsFree(c, target, &code))
+        return code;
+    if (fromFactory) {
+        if (!c.step(QStringLiteral("Looking for the factory backup of %1").arg(source)))
+            return c.interrupted();
+        if (!machine->canResetToFactory())
+            c.out().note(
+                QStringLiteral("%1 has no factory backup; cloning its current state").arg(source));
+    }
+    if (!c.step(QStringLiteral("Cloning %1 to %2").arg(source, target)))
+        return c.interrupted();
+    const unsigned int result = c.engine()->cloneMachine(machine.get(), target, fromFactory);
+    if (result != EngineResult::Success)
+        return engineFailure(c, result);
+    c.stepDone();
+    return c.out().done({{QStringLiteral("source"), source}, {QStringLiteral("name"), target}},
+                        QStringLiteral("Cloned %1 to %2.").arg(source, target));
+}
+
+int renameDevice(CommandContext &c)
+{
+    const QString oldName = c.argument(0);
+    const QString newName = c.argument(1);
+    int code = ExitCode::Success;
+    if (!c.checkNewName(newName, &code))
+        return code;
+    if (newName == oldName)
+        return c.usage(QStringLiteral("the new name is the old one"));
+    const auto machine = c.machine(oldName, &code);
+    if (!machine || !nameIsFree(c, newName, &code))
+        return code;
+    if (!c.step(QStringLiteral("Renaming %1 to %2").arg(oldName, newName)))
+        return c.interrupted();
+    if (!c.engine()->renameMachine(machine.get(), newName))
+        return c.fail(
+            QStringLiteral("VirtualBox could not rename %1 (is it running?)").arg(oldName));
+    c.stepDone();
+    return c.out().done({{QStringLiteral("oldName"), oldName}, {QStringLiteral("name"), newName}},
+                        QStringLiteral("Renamed %1 to %2.").arg(oldName, newName));
+}
+
+int deleteDevice(CommandContext &c)
+{
+    const QString name = c.argument(0);
+    int code = ExitCode::Success;
+    const auto machine = c.machine(name, &code);
+    if (!machine)
+        return code;
+    if (!c.step(QStringLiteral("Deleting %1").arg(name)))
+        return c.interrupted();
+    const bool deleted = c.engine()->deleteMachine(machine.get());
+    // The engine also reports success when it could not even begin; ask VirtualBox.
+    const bool stillThere = c.engine()->doesMachineExist(name);
+    c.stepDone();
+    if (!deleted || stillThere)
+        return c.fail(QStringLiteral("%1 could not be deleted (is it running?)").arg(name));
+    return c.out().done({{QStringLiteral("name"), name}},
+                        QStringLiteral("Deleted %1 and its files.").arg(name));
+}
+
+} // namespace
+
+namespace Commands {
+
+QList<Command> deviceCommands()
+{
+    const QString name = QStringLiteral("NAME");
+    Command listCommand{QStringLiteral("list"),
+                        QStringLiteral("List the devices"),
+                        QStringLiteral("Lists this host's Android devices with their state, "
+                                       "CPUs, memory, Android version and\nscreen size."),
+                        QString(),
+                        0,
+                        0,
+                        {},
+                        true,
+                        list};
+    Command showCommand{QStringLiteral("show"),
+                        QStringLiteral("Show one device's whole profile and state"),
+                        QStringLiteral("Shows the device's state, folder, address, factory "
+                                       "backup, network adapters, SD-card\ndisk and every "
+                                       "profile value."),
+                        name,
+                        1,
+                        1,
+                        {},
+                        true,
+                        show};
+    Command createCommand{
+        QStringLiteral("create"),
+        QStringLiteral("Create a device from an appliance (OVA)"),
+        QStringLiteral("Imports APPLIANCE as a new device called NAME, in its own folder of the "
+                       "deploy directory,\nand gives it an SD card and the host-only network."),
+        QStringLiteral("NAME APPLIANCE"),
+        2,
+        2,
+        {{QStringLiteral("cpus"), QStringLiteral("Number of processors (default 2)."),
+          QStringLiteral("N"), QStringLiteral("2")},
+         {QStringLiteral("memory"), QStringLiteral("Memory in MB (default 2048)."),
+          QStringLiteral("MB"), QStringLiteral("2048")},
+         {QStringLiteral("sdcard"), QStringLiteral("SD-card size in MB; 0 for none (default 0)."),
+          QStringLiteral("MB"), QStringLiteral("0")}},
+        true,
+        create};
+    Command cloneCommand{QStringLiteral("clone"),
+                         QStringLiteral("Copy a device under a new name"),
+                         QStringLiteral("Makes NEW-NAME a full copy of NAME, with its own disks, "
+                                        "in the deploy directory."),
+                         QStringLiteral("NAME NEW-NAME"),
+                         2,
+                         2,
+                         {{QStringLiteral("from-factory"),
+                           QStringLiteral("Copy the factory backup instead of the current "
+                                          "state.")}},
+                         true,
+                         cloneDevice};
+    Command renameCommand{QStringLiteral("rename"),
+                          QStringLiteral("Rename a device"),
+                          QString(),
+                          QStringLiteral("NAME NEW-NAME"),
+                          2,
+                          2,
+                          {},
+                          true,
+                          renameDevice};
+    Command deleteCommand{QStringLiteral("delete"),
+                          QStringLiteral("Delete a device with its disks and folder"),
+                          QString(),
+                          name,
+                          1,
+                          1,
+                          {},
+                          true,
+                          deleteDevice};
+    return {listCommand, showCommand, createCommand, cloneCommand, renameCommand, deleteCommand};
+}
+
+} // namespace Commands

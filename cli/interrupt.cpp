@@ -1,0 +1,80 @@
+#include "interrupt.h"
+
+#include <vmtools/vmtoolsobserver.h>
+
+#include <QMutexLocker>
+#include <QSocketNotifier>
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+int g_pipe[2] = {-1, -1};
+
+void onSignal(int)
+{
+    const int savedErrno = errno;
+    const char byte = 1;
+    // Async-signal-safe; a full pipe already holds a pending wake-up.
+    [[maybe_unused]] const ssize_t written = ::write(g_pipe[1], &byte, 1);
+    errno = savedErrno;
+}
+
+void setHandler(void (*handler)(int))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGTERM, &action, nullptr);
+}
+
+} // namespace
+
+InterruptWatcher::InterruptWatcher(QObject *parent)
+    : QObject(parent)
+{
+    if (g_pipe[0] < 0 && ::pipe2(g_pipe, O_CLOEXEC | O_NONBLOCK) != 0)
+        return;
+    m_notifier = new QSocketNotifier(g_pipe[0], QSocketNotifier::Read, this);
+    connect(m_notifier, &QSocketNotifier::activated, this, &InterruptWatcher::drain);
+    setHandler(onSignal);
+}
+
+InterruptWatcher::~InterruptWatcher()
+{
+    setHandler(SIG_DFL);
+}
+
+void InterruptWatcher::drain()
+{
+    char buffer[16];
+    int count = 0;
+    ssize_t n = 0;
+    while ((n = ::read(g_pipe[0], buffer, sizeof buffer)) > 0)
+        count += static_cast<int>(n);
+    for (int i = 0; i < count; ++i)
+        emit interrupted();
+}
+
+void Interruption::setCancelTarget(VMToolsObserver *observer)
+{
+    QMutexLocker locker(&m_mutex);
+    m_cancelTarget = observer;
+}
+
+bool Interruption::hasCancelTarget() const
+{
+    QMutexLocker locker(&m_mutex);
+    return m_cancelTarget != nullptr;
+}
+
+bool Interruption::cancelTarget()
+{
+    QMutexLocker locker(&m_mutex);
+    return m_cancelTarget && m_cancelTarget->cancel();
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QMutex>
+#include <QObject>
+
+#include <atomic>
+
+class QSocketNotifier;
+class VMToolsObserver;
+
+// Turns SIGINT and SIGTERM into a Qt signal on the main thread: the handler only writes
+// a byte to a pipe, which a socket notifier reads.
+class InterruptWatcher final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit InterruptWatcher(QObject *parent = nullptr);
+    ~InterruptWatcher() override;
+
+signals:
+    void interrupted();
+
+private:
+    void drain();
+
+    QSocketNotifier *m_notifier = nullptr;
+};
+
+// What Ctrl-C means for the command that runs now, shared by the worker thread (which
+// sets it up and checks it) and the main thread (which reacts to the signal).
+class Interruption final
+{
+public:
+    bool requested() const { return m_requested.load(); }
+    void request() { m_requested.store(true); }
+
+    // While set, Ctrl-C cancels this observer's running call (an export).
+    void setCancelTarget(VMToolsObserver *observer);
+    bool hasCancelTarget() const;
+    // Cancels the target's call under the lock, so that the worker cannot drop the
+    // observer meanwhile. True when a running child was signalled.
+    bool cancelTarget();
+
+    // While set, the work only reads from VirtualBox and may be dropped at once.
+    void setAbortable(bool abortable) { m_abortable.store(abortable); }
+    bool abortable() const { return m_abortable.load(); }
+
+private:
+    std::atomic<bool> m_requested{false};
+    std::atomic<bool> m_abortable{false};
+    mutable QMutex m_mutex;
+    VMToolsObserver *m_cancelTarget = nullptr;
+};

@@ -1,0 +1,92 @@
+#include "logging.h"
+
+#include "console.h"
+
+#include <QFile>
+#include <QMutex>
+#include <QMutexLocker>
+
+#include <cstdlib>
+
+namespace {
+
+struct LogState
+{
+    QMutex mutex;
+    bool verbose = false;
+    QFile file;
+};
+
+LogState &state()
+{
+    static LogState logState;
+    return logState;
+}
+
+QString levelWord(QtMsgType type)
+{
+    switch (type) {
+    case QtDebugMsg:
+        return QStringLiteral("debug");
+    case QtInfoMsg:
+        return QStringLiteral("info");
+    case QtWarningMsg:
+        return QStringLiteral("warning");
+    case QtCriticalMsg:
+        return QStringLiteral("critical");
+    case QtFatalMsg:
+        return QStringLiteral("fatal");
+    }
+    return QStringLiteral("unknown");
+}
+
+void handleMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
+{
+    LogState &log = state();
+    QMutexLocker locker(&log.mutex);
+    if (log.file.isOpen()) {
+        log.file.write(Logging::fileLine(QDateTime::currentDateTime(), type, text).toUtf8() + '\n');
+        log.file.flush();
+    }
+    if (Logging::showsOnStderr(type, log.verbose))
+        Console::instance().err(text);
+    if (type == QtFatalMsg)
+        std::abort();
+}
+
+} // namespace
+
+namespace Logging {
+
+bool install(const Options &options, QString *error)
+{
+    LogState &log = state();
+    {
+        QMutexLocker locker(&log.mutex);
+        log.verbose = options.verbose;
+        if (!options.logFile.isEmpty()) {
+            log.file.setFileName(options.logFile);
+            if (!log.file.open(QIODevice::WriteOnly | QIODevice::Append)) {
+                if (error)
+                    *error = QStringLiteral("cannot write the log file %1: %2")
+                                 .arg(options.logFile, log.file.errorString());
+                return false;
+            }
+        }
+    }
+    qInstallMessageHandler(handleMessage);
+    return true;
+}
+
+bool showsOnStderr(QtMsgType type, bool verbose)
+{
+    return verbose || (type != QtDebugMsg && type != QtInfoMsg);
+}
+
+QString fileLine(const QDateTime &time, QtMsgType type, const QString &text)
+{
+    return time.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss.zzz")) + QLatin1Char(' ') +
+           levelWord(type) + QLatin1Char(' ') + text;
+}
+
+} // namespace Logging

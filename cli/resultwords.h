@@ -1,0 +1,22 @@
+#pragma once
+
+#include <vmtools/loadstateinfo.h>
+#include <vmtools/vmtoolsmachine.h>
+
+#include <QString>
+
+// The engine's numeric results in plain words.
+namespace ResultWords {
+
+// A code of createMachine, cloneMachine, copyDisk or deleteDisk (EngineResult).
+QString engineResult(unsigned int code);
+// A result of resetFactory: 0 done, 1 no factory backup, 2 the restore failed.
+QString factoryReset(int code);
+// Why the engine could not be loaded; `info.state` -1 means the plug-in gave no engine.
+QString loadFailure(const LoadStateInfo &info, const QString &pluginFolder);
+// A run state: "running", "off", "paused", "busy", "aborted" or "unknown".
+QString state(VMToolsMachine::State state);
+// Adapter 2's connection: "nat", "bridged" or "unknown".
+QString connection(VMToolsMachine::ConnectionType type);
+
+} // namespace ResultWords

@@ -1,0 +1,95 @@
+#include "worker.h"
+
+#include "command.h"
+#include "console.h"
+#include "interrupt.h"
+#include "progress.h"
+
+#include <QDateTime>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <cstdio>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+constexpr int TickMs = 250;
+// A cancel that finds no child yet (or signals our own process group while the child
+// is starting) must not start a storm of signals: repeat it only this often.
+constexpr qint64 CancelSpacingMs = 500;
+
+[[noreturn]] void stopAtOnce(const QString &message)
+{
+    Console::instance().err(QStringLiteral("vmtools: ") + message);
+    std::fflush(nullptr);
+    ::_exit(ExitCode::Interrupted);
+}
+
+} // namespace
+
+TaskRunner::TaskRunner(Progress &progress, Interruption &interruption)
+    : m_progress(progress)
+    , m_interruption(interruption)
+{}
+
+int TaskRunner::run(const std::function<int()> &work)
+{
+    QEventLoop loop;
+    InterruptWatcher watcher;
+    connect(&watcher, &InterruptWatcher::interrupted, this, &TaskRunner::onInterrupt);
+    QTimer ticker;
+    connect(&ticker, &QTimer::timeout, this, &TaskRunner::tick);
+    ticker.start(TickMs);
+
+    int result = ExitCode::Failure;
+    std::thread worker([&] {
+        result = work();
+        QMetaObject::invokeMethod(&loop, "quit", Qt::QueuedConnection);
+    });
+    loop.exec();
+    worker.join();
+    Console::instance().clearStatus();
+    return result;
+}
+
+void TaskRunner::onInterrupt()
+{
+    ++m_interrupts;
+    m_interruption.request();
+    if (m_interruption.hasCancelTarget()) {
+        if (m_interrupts == 1)
+            Console::instance().err(QStringLiteral("vmtools: cancelling..."));
+        retryCancel();
+        return;
+    }
+    if (m_interruption.abortable())
+        stopAtOnce(QStringLiteral("interrupted"));
+    if (m_interrupts > 1)
+        stopAtOnce(QStringLiteral("stopped at once; VirtualBox may be left half-way"));
+    Console::instance().err(QStringLiteral("vmtools: interrupted; finishing the current "
+                                           "VirtualBox call (Ctrl-C again stops at once)"));
+}
+
+// A cancel before the export's child has started only marks the observer; keep
+// trying until a child is there to receive the interrupt.
+void TaskRunner::retryCancel()
+{
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    if (now - m_lastCancelMs < CancelSpacingMs)
+        return;
+    m_lastCancelMs = now;
+    m_cancelSent = m_interruption.cancelTarget();
+}
+
+void TaskRunner::tick()
+{
+    if (m_interrupts > 0 && !m_cancelSent && m_interruption.hasCancelTarget())
+        retryCancel();
+    const QString line = m_progress.statusLine();
+    if (line.isEmpty())
+        Console::instance().clearStatus();
+    else
+        Console::instance().setStatus(line);
+}

@@ -1,0 +1,164 @@
+#!/usr/bin/env bash
+# The main command: installs what is missing, builds vmtools with the plug-in, and runs
+# a device's whole life with it: create, configure, start, wait for its address, stop,
+# back up, clone, rename, reset, export (and a cancelled export), copy a disk, dump,
+# delete.
+#
+# With no VBoxManage on PATH it drives the VirtualBox stand-in of this repository, in a
+# fresh simulated host and with a home folder of its own, so that nothing of the user's
+# is touched. With a real VirtualBox on PATH the same vmtools drives it; the devices get
+# names of their own and DEMO_APPLIANCE may name an Android appliance (OVA) to import.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build=${BUILD_DIR:-$root/build}
+jobs=$(nproc)
+
+if command -v VBoxManage >/dev/null 2>&1; then
+    simulate=0
+else
+    simulate=1
+fi
+
+"$root/scripts/install-deps.sh"
+cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo
+targets=(vmtools)
+if ((simulate)); then
+    targets+=(vboxsim_vboxmanage vboxsim_ip vboxsim_sample_ova)
+fi
+cmake --build "$build" -j"$jobs" --target "${targets[@]}"
+
+vmtools=$build/bin/vmtools
+work=$(mktemp -d "${TMPDIR:-/tmp}/vmtools-demo-XXXXXX")
+# vmtools remembers its host-only interface beside itself as well; a simulated one must
+# not outlive the demo, or a later run against a real VirtualBox would start from it.
+install_store=$build/bin/quillomate.ini
+if [[ -e $install_store ]]; then
+    cp -p "$install_store" "$work/quillomate.ini.saved"
+fi
+
+if ((simulate)); then
+    phone=phone
+    tablet=tablet
+    appliance=$build/share/vmtools/sample-device.ova
+    export PATH=$build/bin/simulator:$PATH
+    export VBOXSIM_HOME=$work/virtualbox
+    export VBOXSIM_BOOT_MS=${VBOXSIM_BOOT_MS:-2000}
+    export HOME=$work/home XDG_CONFIG_HOME=$work/home/.config QM_HOME=$work/home
+    mkdir -p "$HOME" "$VBOXSIM_HOME"
+else
+    phone=vmtools-demo-phone-$$
+    tablet=vmtools-demo-tablet-$$
+    appliance=${DEMO_APPLIANCE:-$build/share/vmtools/sample-device.ova}
+fi
+
+cleanup() {
+    local status=$?
+    if ((!simulate)) && ((status != 0)); then
+        # Leave nothing of the demo's own devices behind in the real VirtualBox.
+        for device in "$phone" "$tablet" "$tablet-2"; do
+            "$vmtools" stop "$device" >/dev/null 2>&1 || true
+            "$vmtools" delete "$device" >/dev/null 2>&1 || true
+        done
+    fi
+    if [[ -e $work/quillomate.ini.saved ]]; then
+        cp -p "$work/quillomate.ini.saved" "$install_store"
+    else
+        rm -f "$install_store"
+    fi
+    rm -rf "$work"
+    exit "$status"
+}
+trap cleanup EXIT
+
+if [[ -t 1 ]]; then
+    bold=$'\033[1m' plain=$'\033[0m'
+else
+    bold='' plain=''
+fi
+say() { printf '\n%s== %s%s\n' "$bold" "$*" "$plain"; }
+run() {
+    printf '%s$ vmtools %s%s\n' "$bold" "$*" "$plain"
+    "$vmtools" "$@"
+}
+
+if ((simulate)); then
+    say "No VBoxManage on PATH: using the VirtualBox stand-in in $VBOXSIM_HOME"
+else
+    say "Using $(command -v VBoxManage)"
+fi
+[[ -f $appliance ]] || { echo "No appliance at $appliance (set DEMO_APPLIANCE)" >&2; exit 1; }
+
+say "The engine"
+run info
+run list
+
+say "A new device from an appliance"
+run create "$phone" "$appliance" --cpus 2 --memory 2048 --sdcard 512
+run show "$phone"
+
+say "Its profile"
+run set "$phone" resolution 1080x1920 density 420 navigation-bar on device-id 358240051111110
+run get "$phone" resolution density navigation-bar
+run --json get "$phone" full-screen hx
+
+say "Its outward network"
+run network "$phone" interfaces
+run network "$phone" bridged
+run network "$phone" nat
+run network "$phone"
+
+say "Factory backup, then a run"
+run factory-backup "$phone"
+run start "$phone"
+printf '%s$ serial=$(vmtools wait-ip %s)%s\n' "$bold" "$phone" "$plain"
+serial=$("$vmtools" wait-ip "$phone")
+echo "adb connect $serial  # reaches the device"
+run list
+run stop "$phone"
+run check "$phone"
+
+say "Clone from the factory backup, rename, reset"
+run clone "$phone" "$tablet" --from-factory
+run rename "$tablet" "$tablet-2"
+run factory-reset "$phone"
+run list
+
+say "Export, and an export cancelled with Ctrl-C"
+run export "$phone" "$work/$phone.ova"
+ls -l "$work/$phone.ova"
+if ((simulate)); then
+    # Slow the stand-in's export down so that there is time to interrupt it.
+    echo "export slow ms=20000" >"$work/faults"
+    export VBOXSIM_FAULTS=$work/faults
+fi
+printf '%s$ vmtools export %s %s &  (then Ctrl-C)%s\n' "$bold" "$phone" "$work/cancelled.ova" "$plain"
+"$vmtools" export "$phone" "$work/cancelled.ova" &
+export_pid=$!
+sleep 3
+kill -INT "$export_pid"
+status=0
+wait "$export_pid" || status=$?
+unset VBOXSIM_FAULTS
+if ((status == 0)); then
+    echo "the export finished before the interrupt came"
+elif [[ -e $work/cancelled.ova ]]; then
+    echo "exit status $status, but a file was left behind" >&2
+    exit 1
+else
+    echo "exit status $status; no file left behind"
+fi
+
+say "Disk images"
+deploy=$("$vmtools" deploy-dir)
+run copy-disk "${deploy%/}/$phone/android_data_disk.vmdk" "$work/data-copy.vmdk"
+run delete-disk "$work/data-copy.vmdk"
+
+say "Diagnostics"
+run dump "$work/dump.txt"
+head -n 3 "$work/dump.txt"
+
+say "The end of their lives"
+run delete "$tablet-2"
+run delete "$phone"
+run list

@@ -1,0 +1,176 @@
+#include "vmtoolshost.h"
+
+#include "standin.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+
+#ifndef VMTOOLS_EXECUTABLE
+#error "VMTOOLS_EXECUTABLE must name the vmtools program"
+#endif
+
+QJsonObject VmtoolsResult::json() const
+{
+    return QJsonDocument::fromJson(out.toUtf8()).object();
+}
+
+QStringList VmtoolsResult::errLines() const
+{
+    return err.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+VmtoolsHost::VmtoolsHost()
+    : m_dir(QDir::tempPath() + QStringLiteral("/vmtools-cli-test-XXXXXX"))
+{
+    const QString bin = m_dir.path() + QStringLiteral("/bin");
+    QDir().mkpath(bin);
+    QDir().mkpath(m_dir.path() + QStringLiteral("/home"));
+    QDir().mkpath(scratch());
+    QFile::copy(QStringLiteral(VMTOOLS_EXECUTABLE), bin + QStringLiteral("/vmtools"));
+    QFile::setPermissions(bin + QStringLiteral("/vmtools"),
+                          QFile::permissions(QStringLiteral(VMTOOLS_EXECUTABLE)));
+    QFile::link(QStringLiteral(VMTOOLS_PLUGIN_DIR), bin + QStringLiteral("/plugins"));
+}
+
+QString VmtoolsHost::scratch(const QString &name) const
+{
+    const QString folder = m_dir.path() + QStringLiteral("/scratch");
+    return name.isEmpty() ? folder : folder + QLatin1Char('/') + name;
+}
+
+QProcessEnvironment VmtoolsHost::environment() const
+{
+    // Read at each start: the stand-in changes PATH while it lives.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const QString home = m_dir.path() + QStringLiteral("/home");
+    environment.insert(QStringLiteral("HOME"), home);
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/.config"));
+    environment.insert(QStringLiteral("QM_HOME"), home + QStringLiteral("/qm"));
+    return environment;
+}
+
+std::unique_ptr<QProcess> VmtoolsHost::start(const QStringList &arguments,
+                                             const QString &stderrPath) const
+{
+    auto process = std::make_unique<QProcess>();
+    process->setProcessEnvironment(environment());
+    if (!stderrPath.isEmpty())
+        process->setStandardErrorFile(stderrPath, QIODevice::Append);
+    process->start(m_dir.path() + QStringLiteral("/bin/vmtools"), arguments);
+    process->waitForStarted();
+    return process;
+}
+
+VmtoolsResult VmtoolsHost::run(const QStringList &arguments, int timeoutMs) const
+{
+    const auto process = start(arguments);
+    VmtoolsResult result;
+    if (!process->waitForFinished(timeoutMs)) {
+        process->kill();
+        process->waitForFinished();
+        result.err = QStringLiteral("(vmtools did not finish in time)");
+        return result;
+    }
+    result.exitCode = process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -2;
+    result.out = QString::fromUtf8(process->readAllStandardOutput());
+    result.err += QString::fromUtf8(process->readAllStandardError());
+    return result;
+}
+
+void scriptEngineStart(StandIn &standIn)
+{
+    standIn.onExact({"list", "hostinfo"},
+                    {Answer::ok("Host Information:\n\nProcessor online count: 4\n"
+                                "Processor count: 4\nProcessor online core count: 2\n"
+                                "Memory size: 15923 MByte\nMemory available: 9000 MByte\n")});
+    // The first start of a host finds nothing remembered and makes vboxnet0; later starts
+    // find it listed, up and routed, with its DHCP server.
+    standIn.onExact({"list", "hostonlyifs"},
+                    {Answer::ok("Name:            vboxnet0\nGUID:            786f\n"
+                                "DHCP:            Disabled\nIPAddress:       192.168.56.1\n"
+                                "NetworkMask:     255.255.255.0\nStatus:          Up\n\n")});
+    standIn.onExact({"hostonlyif", "create"},
+                    {Answer::ok("Interface 'vboxnet0' was successfully created\n")});
+    standIn.onExact({"list", "dhcpservers"},
+                    {Answer::ok("NetworkName:    HostInterfaceNetworking-vboxnet0\n"
+                                "IP:             192.168.56.100\nNetworkMask:    255.255.255.0\n"
+                                "lowerIPAddress: 192.168.56.101\n"
+                                "upperIPAddress: 192.168.56.254\nEnabled:        Yes\n\n")});
+    standIn.onPrefix({"hostonlyif", "ipconfig"}, {Answer::ok()});
+    standIn.onPrefix({"dhcpserver"}, {Answer::ok()});
+    standIn.onExact({"--version"}, {Answer::ok("5.2.44r139111\n")});
+    standIn.onPrefix({"addr", "show", "dev", "vboxnet0"},
+                     {Answer::ok("4: vboxnet0: <BROADCAST,MULTICAST,UP,LOWER_UP> state UP\n")},
+                     QStringLiteral("ip"));
+    standIn.onExact({"route"},
+                    {Answer::ok("192.168.56.0/24 dev vboxnet0 proto kernel scope link\n")},
+                    QStringLiteral("ip"));
+}
+
+namespace {
+
+QString showVmInfo(const DeviceScript &device)
+{
+    return QStringLiteral(
+               "Name:            %1\nGroups:          /\nUUID:            %2\n"
+               "Config file:     /vms/%1/%1.vbox\nMemory size:     2048MB\n"
+               "Number of CPUs:  2\nState:           %3 (since 2024-06-03T09:14:07.512000000)\n"
+               "IDEController (1, 0): /vms/%1/sdcard.vdi (UUID: "
+               "3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e)\n"
+               "NIC 1:           MAC: 0800271A2B3C, Attachment: Host-only Interface 'vboxnet0', "
+               "Cable connected: on, Type: virtio\n"
+               "NIC 2:           MAC: 0800274D5E6F, Attachment: NAT, Cable connected: on, Type: "
+               "82540EM\nNIC 3:           disabled\n")
+        .arg(device.name, device.uuid, device.state);
+}
+
+QString guestProperties()
+{
+    QString text;
+    const QList<QPair<QString, QString>> properties{
+        {"android_version", "8.0"},
+        {"vbox_graph_mode", "1080x1920-16"},
+        {"vbox_dpi", "420"},
+        {"quillomate_full_screen", "yes"},
+        {"vkeyboard_mode", "2"},
+        {"hardware_opengl", "1"},
+        {"quillomate_device_id", "358240051111110"},
+        {"product_model", "Pixel 2"},
+    };
+    for (const auto &property : properties)
+        text += QStringLiteral("Name: %1, value: %2, timestamp: 1717406031000000000, flags: \n")
+                    .arg(property.first, property.second);
+    return text;
+}
+
+} // namespace
+
+void scriptDevice(StandIn &standIn, const DeviceScript &device)
+{
+    for (const QString &id : {device.name, device.uuid}) {
+        standIn.onExact({"showvminfo", id}, {Answer::ok(showVmInfo(device))});
+        standIn.onExact({"guestproperty", "enumerate", id}, {Answer::ok(guestProperties())});
+    }
+    standIn.onExact({"snapshot", device.name, "list"},
+                    {device.factoryBackup
+                         ? Answer::ok("   Name: factory-backup (UUID: "
+                                      "9b2c4d6e-8f0a-4b1c-9d3e-5f7a9b1c3d5e) *\n")
+                         : Answer::fail(1, "VBoxManage: error: This machine does not have any "
+                                           "snapshots\n")});
+}
+
+void scriptEverythingElseSucceeds(StandIn &standIn)
+{
+    standIn.onPattern(QStringLiteral(".*"), {Answer::ok()});
+    standIn.onPattern(QStringLiteral(".*"), {Answer::ok()}, QStringLiteral("ip"));
+}
+
+bool calledWithPrefix(const StandIn &standIn, const QStringList &prefix)
+{
+    for (const QStringList &args : standIn.calls()) {
+        if (args.mid(0, prefix.size()) == prefix)
+            return true;
+    }
+    return false;
+}

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
+
+class StandIn;
+
+struct VmtoolsResult
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+
+    QJsonObject json() const;
+    QStringList errLines() const;
+};
+
+// A private copy of vmtools with plugins/ linked to the real plug-in folder, and a home
+// of its own: each test's settings (also those written beside the executable) stay here.
+class VmtoolsHost
+{
+public:
+    VmtoolsHost();
+
+    VmtoolsResult run(const QStringList &arguments, int timeoutMs = 60000) const;
+    // stderrPath: a file (a terminal, for example) to take the place of the error pipe.
+    std::unique_ptr<QProcess> start(const QStringList &arguments,
+                                    const QString &stderrPath = QString()) const;
+    // A scratch folder for files the test hands to vmtools.
+    QString scratch(const QString &name = QString()) const;
+
+private:
+    QProcessEnvironment environment() const;
+
+    QTemporaryDir m_dir;
+};
+
+// The VBoxManage answers that the engine's start-up needs: host information (8 CPUs
+// after the cap, 15923 MB), a new host-only interface vboxnet0 and the version.
+void scriptEngineStart(StandIn &standIn);
+
+struct DeviceScript
+{
+    QString name = QStringLiteral("phone");
+    QString uuid = QStringLiteral("0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11");
+    QString state = QStringLiteral("powered off");
+    bool factoryBackup = true;
+};
+// Answers for looking a device up, by name and by UUID, and for its snapshot list.
+void scriptDevice(StandIn &standIn, const DeviceScript &device);
+// Every other VBoxManage or ip call succeeds with no output.
+void scriptEverythingElseSucceeds(StandIn &standIn);
+
+// Whether some call's arguments begin with `prefix`.
+bool calledWithPrefix(const StandIn &standIn, const QStringList &prefix);
