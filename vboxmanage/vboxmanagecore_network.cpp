@@ -1,6 +1,7 @@
 #include "vboxmanagecore.h"
 
 #include "interfacestatus.h"
+#include "vboxoutputparser.h"
 
 #include <vmtools/settings.h>
 #include <vmtools/vboxlog.h>
@@ -19,16 +20,6 @@ QRegExp recordPattern(const QString &pattern)
     QRegExp rx(pattern, Qt::CaseSensitive, QRegExp::RegExp);
     rx.setMinimal(true);
     return rx;
-}
-
-QString dhcpServerPattern()
-{
-    return QStringLiteral("\\bNetworkName:\\s+([^\\r\\n]+)\\r?\\n.*"
-                          "\\bIP:\\s+(\\d+\\.\\d+\\.\\d+\\.\\d+)\\r?\\n.*"
-                          "\\bNetworkMask:\\s+(\\d+\\.\\d+\\.\\d+\\.\\d+)\\r?\\n.*"
-                          "\\blowerIPAddress:\\s+(\\d+\\.\\d+\\.\\d+\\.\\d+)\\r?\\n.*"
-                          "\\bupperIPAddress:\\s+(\\d+\\.\\d+\\.\\d+\\.\\d+)\\r?\\n.*"
-                          "\\bEnabled:\\s+([^\\r\\n]+)\\r?\\n.*");
 }
 
 bool isAddressInRange(const QHostAddress &address, const QHostAddress &lower,
@@ -55,22 +46,16 @@ QList<VBoxManageCore::DhcpServerInfo> VBoxManageCore::getAvailableDhcpServerList
     if (result.exitCode != 0)
         return servers;
 
-    QRegExp rx = recordPattern(dhcpServerPattern());
-    int pos = 0;
-    while ((pos = rx.indexIn(result.output, pos)) != -1) {
-        DhcpServerInfo server;
-        server.networkName = rx.cap(1).trimmed();
-        if (rx.cap(6).trimmed().toLower() == QLatin1String("yes")) {
-            server.ipAddress = QHostAddress(rx.cap(2).trimmed());
-            server.networkMask = QHostAddress(rx.cap(3).trimmed());
-            server.lowerIpAddress = QHostAddress(rx.cap(4).trimmed());
-            server.upperIpAddress = QHostAddress(rx.cap(5).trimmed());
-            servers.append(server);
-        } else {
-            VBoxLog::debug() << "[getAvailableDhcpServerList]" << server.networkName
+    for (const VBoxOutputParser::DhcpServerRecord &record :
+         VBoxOutputParser::parseDhcpServers(result.output)) {
+        if (!record.enabled) {
+            VBoxLog::debug() << "[getAvailableDhcpServerList]" << record.networkName
                              << "DHCP server is not enabled";
+            continue;
         }
-        pos += qMax(rx.matchedLength(), 1);
+        servers.append({record.networkName, QHostAddress(record.ipAddress),
+                        QHostAddress(record.networkMask), QHostAddress(record.lowerIpAddress),
+                        QHostAddress(record.upperIpAddress)});
     }
     return servers;
 }
@@ -127,16 +112,11 @@ VBoxManageCore::InterfaceInfo VBoxManageCore::getSavedHostOnlyInterface()
     if (result.exitCode != 0)
         return {};
 
-    QRegExp rx =
-        recordPattern(QStringLiteral("\\bName:\\s+([^\\r\\n]+)\\r?\\n.*"
-                                     "\\bIPAddress:\\s+(\\d+\\.\\d+\\.\\d+\\.\\d+)\\r?\\n.*"
-                                     "\\bNetworkMask:\\s+(\\d+\\.\\d+\\.\\d+\\.\\d+)\\r?\\n.*"));
-    int pos = 0;
-    while ((pos = rx.indexIn(result.output, pos)) != -1) {
-        const QString name = rx.cap(1).trimmed();
-        const QHostAddress address(rx.cap(2).trimmed());
-        const QString mask = rx.cap(3).trimmed();
-        pos += qMax(rx.matchedLength(), 1);
+    for (const VBoxOutputParser::HostOnlyRecord &record :
+         VBoxOutputParser::parseHostOnlyInterfaces(result.output)) {
+        const QString &name = record.name;
+        const QHostAddress address(record.ipAddress);
+        const QString &mask = record.networkMask;
 
         VBoxLog::warning() << "[getSavedHostOnlyInterface]"
                            << "Checking" << name << "interface status"

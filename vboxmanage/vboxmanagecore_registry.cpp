@@ -1,6 +1,7 @@
 #include "vboxmanagecore.h"
 
 #include "vboxmanagemachine.h"
+#include "vboxoutputparser.h"
 
 #include <vmtools/vboxlog.h>
 #include <vmtools/vboxmanagecommon.h>
@@ -27,16 +28,11 @@ QList<VMToolsMachine *> VBoxManageCore::getMachines()
     if (result.exitCode != 0)
         return machines;
 
-    static const QRegularExpression line(QStringLiteral("^\"(.+)\" \\{(.+)\\}$"));
-    const QStringList lines = result.output.split(QLatin1Char('\n'), Qt::KeepEmptyParts);
-    for (const QString &text : lines) {
-        const QRegularExpressionMatch match = line.match(text.trimmed());
-        if (!match.hasMatch())
-            continue;
-        const QString uuid = match.captured(2);
+    for (const VBoxOutputParser::MachineEntry &entry :
+         VBoxOutputParser::parseMachineList(result.output)) {
         // Other VirtualBox machines on the host are none of our business.
-        if (isCompatible(uuid))
-            machines.append(new VBoxManageMachine(uuid, match.captured(1), m_vboxManagePath));
+        if (isCompatible(entry.uuid))
+            machines.append(new VBoxManageMachine(entry.uuid, entry.name, m_vboxManagePath));
     }
     return machines;
 }

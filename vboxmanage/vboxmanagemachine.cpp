@@ -1,10 +1,11 @@
 #include "vboxmanagemachine.h"
 
+#include "vboxoutputparser.h"
+
 #include <vmtools/vboxmanagecommon.h>
 
 #include <QDir>
 #include <QRegExp>
-#include <QRegularExpression>
 
 #include <unistd.h>
 
@@ -16,16 +17,6 @@ const QString UnknownAddress = QStringLiteral("0.0.0.0");
 // such locks are short-lived, so a few spaced attempts usually get through.
 constexpr int ModifyAttempts = 6;
 constexpr useconds_t ModifyRetryPauseUs = 500000;
-
-// The first decimal number captured by pattern in text, if any.
-bool findNumber(const QString &pattern, const QString &text, unsigned int *value)
-{
-    QRegExp expression(pattern);
-    if (expression.indexIn(text) < 0)
-        return false;
-    *value = expression.cap(1).toUInt();
-    return true;
-}
 
 } // namespace
 
@@ -130,24 +121,19 @@ void VBoxManageMachine::loadProperties()
         VBoxManageCommon::WaitForever);
     if (result.exitCode != 0)
         return;
-    // \w+ keeps VirtualBox's own "/VirtualBox/..." keys out of the profile cache.
-    static const QRegularExpression property(
-        QStringLiteral("Name: (\\w+), value: (.*), timestamp:.*"));
-    QRegularExpressionMatchIterator it = property.globalMatch(result.output);
-    while (it.hasNext()) {
-        const QRegularExpressionMatch match = it.next();
-        m_properties.insert(match.captured(1), match.captured(2));
-    }
+    for (const QPair<QString, QString> &property :
+         VBoxOutputParser::parseGuestProperties(result.output))
+        m_properties.insert(property.first, property.second);
 }
 
 void VBoxManageMachine::loadCPUNumber(const QString &description)
 {
-    findNumber(QStringLiteral("Number of CPUs:\\s+(\\d+)"), description, &m_cpuCount);
+    VBoxOutputParser::parseCpuCount(description, &m_cpuCount);
 }
 
 void VBoxManageMachine::loadMemorySize(const QString &description)
 {
-    findNumber(QStringLiteral("Memory size:\\s+(\\d+).*"), description, &m_ram);
+    VBoxOutputParser::parseMemorySize(description, &m_ram);
 }
 
 void VBoxManageMachine::loadStatus(const QString &description)
@@ -157,29 +143,14 @@ void VBoxManageMachine::loadStatus(const QString &description)
 
 VBoxManageMachine::State VBoxManageMachine::parseStatus(const QString &description) const
 {
-    QRegExp stateLine(QStringLiteral("state:\\s+(.*) \\(since "), Qt::CaseInsensitive);
-    if (stateLine.indexIn(description) < 0)
-        return Process;
-    const QString state = stateLine.cap(1).trimmed().toLower();
-    if (state == QLatin1String("powered off"))
-        return Off;
-    if (state == QLatin1String("running"))
-        return On;
-    if (state == QLatin1String("paused"))
-        return Paused;
-    if (state == QLatin1String("aborted"))
-        return Aborted;
-    return Process;
+    return VBoxOutputParser::parseState(description);
 }
 
 void VBoxManageMachine::loadNIC(const QString &description)
 {
-    QRegExp nic(QStringLiteral("NIC (\\d+):\\s+MAC: [^,]+, Attachment: ([^,]+)"));
-    int position = 0;
-    while ((position = nic.indexIn(description, position)) >= 0) {
-        m_nics.insert(nic.cap(1).toInt(), nic.cap(2));
-        position += nic.matchedLength();
-    }
+    const QMap<int, QString> nics = VBoxOutputParser::parseNics(description);
+    for (auto it = nics.cbegin(); it != nics.cend(); ++it)
+        m_nics.insert(it.key(), it.value());
 }
 
 bool VBoxManageMachine::modifyWithRetry(const QString &option, unsigned int value)

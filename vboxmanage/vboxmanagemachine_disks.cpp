@@ -1,9 +1,10 @@
 #include "vboxmanagemachine.h"
 
+#include "vboxoutputparser.h"
+
 #include <vmtools/vboxmanagecommon.h>
 
 #include <QDir>
-#include <QRegExp>
 
 namespace {
 
@@ -25,13 +26,7 @@ QString VBoxManageMachine::getDiskUuid(DiskPort port, DiskDevice device) const
         m_vboxManagePath, {QStringLiteral("showvminfo"), m_name}, VBoxManageCommon::WaitForever);
     if (result.exitCode != 0)
         return {};
-    QRegExp attachment(
-        QStringLiteral("IDEController \\(%1, %2\\):\\s+([^\\n]+)\\s+\\(UUID: ([a-f0-9-]*)\\)")
-            .arg(port)
-            .arg(device));
-    if (attachment.indexIn(result.output) < 0)
-        return {};
-    return attachment.cap(2);
+    return VBoxOutputParser::parseDiskUuid(result.output, port, device);
 }
 
 bool VBoxManageMachine::deleteDisk(DiskPort port, DiskDevice device) const

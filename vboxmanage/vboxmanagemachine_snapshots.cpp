@@ -1,9 +1,9 @@
 #include "vboxmanagemachine.h"
 
+#include "vboxoutputparser.h"
+
 #include <vmtools/vboxlog.h>
 #include <vmtools/vboxmanagecommon.h>
-
-#include <QRegExp>
 
 namespace {
 
@@ -50,16 +50,9 @@ QStringList VBoxManageMachine::listSnapshots()
     if (result.exitCode != 0)
         return {};
     VBoxLog::debug() << "List all snapshot(s):";
-    // Children are indented below their parent; trimming flattens the tree in listing order.
-    QRegExp snapshotLine(QStringLiteral("Name:\\s+(.+)\\s+\\(UUID:\\s+(.+)\\)"));
-    QStringList names;
-    const QStringList lines = result.output.split(QLatin1Char('\n'));
-    for (const QString &line : lines) {
-        if (snapshotLine.indexIn(line.trimmed()) < 0)
-            continue;
-        names.append(snapshotLine.cap(1));
-        VBoxLog::debug() << "-" << m_name << ": Snapshot found:" << snapshotLine.cap(1);
-    }
+    const QStringList names = VBoxOutputParser::parseSnapshotNames(result.output);
+    for (const QString &name : names)
+        VBoxLog::debug() << "-" << m_name << ": Snapshot found:" << name;
     return names;
 }
 

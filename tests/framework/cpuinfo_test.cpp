@@ -55,24 +55,6 @@ Registers withEcx(std::uint32_t ecx, std::uint32_t eax = 0)
     return {eax, 0, ecx, 0};
 }
 
-struct CheckResult
-{
-    bool available;
-    QList<LogLine> log;
-};
-
-CheckResult check(const QString &vendorText, FakeProcessor &processor)
-{
-    LogCapture log;
-    const bool available = CpuInfo::hasVirtualizationExtensions(vendorText, processor.cpuid());
-    return {available, log.lines()};
-}
-
-QList<LogLine> debug(const QString &text)
-{
-    return {{QtDebugMsg, text}};
-}
-
 } // namespace
 
 TEST(CpuInfoTest, VendorStringJoinsEbxEdxEcxEachUpToItsFirstNul)
@@ -95,76 +77,52 @@ TEST(CpuInfoTest, VendorStringJoinsEbxEdxEcxEachUpToItsFirstNul)
     EXPECT_EQ(CpuInfo::vendorString(none.cpuid()), "");
 }
 
-TEST(CpuInfoTest, IntelIsJudgedByTheVmxBitOfLeafOne)
+// Each case: the vendor text given, the processor's leaf 0 maximum, leaf 1 ECX, extended
+// maximum and extended ECX; the answer, the ECX value logged, and the leaf that must never
+// be executed (it reads as zero).
+TEST(CpuInfoTest, IntelIsJudgedByTheVmxBitAndEveryOtherVendorByTheSvmBit)
 {
-    FakeProcessor withVmx;
-    withVmx.leaf(0, vendor(0x16, "Genu", "ineI", "ntel")).leaf(1, withEcx(0x7ffafbbf, 0x906ea));
-    CheckResult result = check("GenuineIntel", withVmx);
-    EXPECT_TRUE(result.available);
-    EXPECT_EQ(result.log, debug("[VBox] CPUID 0x1 (Intel): ECX= \"7ffafbbf\""));
-    EXPECT_TRUE(withVmx.asked().contains(1));
-    EXPECT_FALSE(withVmx.asked().contains(0x80000001));
-
-    FakeProcessor withoutVmx;
-    withoutVmx.leaf(0, vendor(0x16, "Genu", "ineI", "ntel")).leaf(1, withEcx(0xffffffdf));
-    result = check("GenuineIntel", withoutVmx);
-    EXPECT_FALSE(result.available);
-    EXPECT_EQ(result.log, debug("[VBox] CPUID 0x1 (Intel): ECX= \"ffffffdf\""));
-
-    FakeProcessor onlyVmx;
-    onlyVmx.leaf(0, vendor(1, "Genu", "ineI", "ntel")).leaf(1, withEcx(0x20));
-    result = check("GenuineIntel", onlyVmx);
-    EXPECT_TRUE(result.available);
-    EXPECT_EQ(result.log, debug("[VBox] CPUID 0x1 (Intel): ECX= \"20\""));
-
-    // Highest standard leaf 0: leaf 1 is never executed and reads as zero.
-    FakeProcessor noLeafOne;
-    noLeafOne.leaf(0, vendor(0, "Genu", "ineI", "ntel")).leaf(1, withEcx(0x20));
-    result = check("GenuineIntel", noLeafOne);
-    EXPECT_FALSE(result.available);
-    EXPECT_EQ(result.log, debug("[VBox] CPUID 0x1 (Intel): ECX= \"0\""));
-    EXPECT_FALSE(noLeafOne.asked().contains(1));
-}
-
-TEST(CpuInfoTest, EveryOtherVendorIsJudgedByTheSvmBitOfTheExtendedLeaf)
-{
-    const auto amdLike = [](std::uint32_t maxExtended, std::uint32_t ecx) {
-        FakeProcessor processor;
-        processor.leaf(0, vendor(0xd, "Auth", "enti", "cAMD"))
-            .leaf(1, withEcx(0x20)) // a VMX bit that must not count here
-            .leaf(0x80000000, {maxExtended, 0, 0, 0})
-            .leaf(0x80000001, withEcx(ecx));
-        return processor;
+    struct Case
+    {
+        QString vendorText;
+        std::uint32_t maxLeaf, leafOneEcx, maxExtended, extendedEcx;
+        bool available;
+        QString logged;
+        std::uint32_t neverAsked;
     };
-
-    FakeProcessor withSvm = amdLike(0x8000001f, 0x37ff);
-    CheckResult result = check("AuthenticAMD", withSvm);
-    EXPECT_TRUE(result.available);
-    EXPECT_EQ(result.log, debug("[VBox] CPUID 0x80000001 (AMD): ECX= \"37ff\""));
-    EXPECT_FALSE(withSvm.asked().contains(1));
-
-    FakeProcessor withoutSvm = amdLike(0x80000001, 0xfffffffb);
-    result = check("AuthenticAMD", withoutSvm);
-    EXPECT_FALSE(result.available);
-    EXPECT_EQ(result.log, debug("[VBox] CPUID 0x80000001 (AMD): ECX= \"fffffffb\""));
-
-    // Unknown vendors, and Intel's name in another letter case, take the same branch.
-    for (const QString &name :
-         {QString("HygonGenuine"), QString("genuineintel"), QString("GENUINEINTEL"), QString()}) {
-        SCOPED_TRACE(name.toStdString());
-        FakeProcessor svmOnly = amdLike(0x80000008, 0x4);
-        result = check(name, svmOnly);
-        EXPECT_TRUE(result.available);
-        EXPECT_EQ(result.log, debug("[VBox] CPUID 0x80000001 (AMD): ECX= \"4\""));
-    }
-
-    // Highest extended leaf not above 0x80000000: leaf 0x80000001 reads as zero.
-    for (std::uint32_t maxExtended : {0x80000000u, 0x7fffffffu, 0u}) {
-        SCOPED_TRACE(maxExtended);
-        FakeProcessor lowLeaf = amdLike(maxExtended, 0x4);
-        result = check("AuthenticAMD", lowLeaf);
-        EXPECT_FALSE(result.available);
-        EXPECT_EQ(result.log, debug("[VBox] CPUID 0x80000001 (AMD): ECX= \"0\""));
-        EXPECT_FALSE(lowLeaf.asked().contains(0x80000001));
+    const QString intel = "[VBox] CPUID 0x1 (Intel): ECX= \"%1\"";
+    const QString amd = "[VBox] CPUID 0x80000001 (AMD): ECX= \"%1\"";
+    const std::uint32_t ext = 0x80000001;
+    const QList<Case> cases = {
+        {"GenuineIntel", 0x16, 0x7ffafbbf, 0x80000008, 0x4, true, intel.arg("7ffafbbf"), ext},
+        {"GenuineIntel", 0x16, 0xffffffdf, 0x80000008, 0x4, false, intel.arg("ffffffdf"), ext},
+        {"GenuineIntel", 1, 0x20, 0, 0, true, intel.arg("20"), ext},
+        // Highest standard leaf 0: leaf 1 is never executed.
+        {"GenuineIntel", 0, 0x20, 0, 0, false, intel.arg("0"), 1},
+        // A VMX bit in leaf 1 does not count for the others.
+        {"AuthenticAMD", 0xd, 0x20, 0x8000001f, 0x37ff, true, amd.arg("37ff"), 1},
+        {"AuthenticAMD", 0xd, 0x20, ext, 0xfffffffb, false, amd.arg("fffffffb"), 1},
+        // Unknown vendors, and Intel's name in another letter case, take the same branch.
+        {"HygonGenuine", 0xd, 0x20, 0x80000008, 0x4, true, amd.arg("4"), 1},
+        {"genuineintel", 0xd, 0x20, 0x80000008, 0x4, true, amd.arg("4"), 1},
+        {"GENUINEINTEL", 0xd, 0x20, 0x80000008, 0x4, true, amd.arg("4"), 1},
+        {"", 0xd, 0x20, 0x80000008, 0x4, true, amd.arg("4"), 1},
+        // Highest extended leaf not above 0x80000000: the extended leaf is never executed.
+        {"AuthenticAMD", 0xd, 0x20, 0x80000000, 0x4, false, amd.arg("0"), ext},
+        {"AuthenticAMD", 0xd, 0x20, 0x7fffffff, 0x4, false, amd.arg("0"), ext},
+        {"AuthenticAMD", 0xd, 0x20, 0, 0x4, false, amd.arg("0"), ext},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.logged.toStdString());
+        FakeProcessor processor;
+        processor.leaf(0, vendor(c.maxLeaf, "Auth", "enti", "cAMD"))
+            .leaf(1, withEcx(c.leafOneEcx, 0x906ea))
+            .leaf(0x80000000, {c.maxExtended, 0, 0, 0})
+            .leaf(ext, withEcx(c.extendedEcx));
+        LogCapture log;
+        EXPECT_EQ(CpuInfo::hasVirtualizationExtensions(c.vendorText, processor.cpuid()),
+                  c.available);
+        EXPECT_EQ(log.lines(), (QList<LogLine>{LogLine{QtDebugMsg, c.logged}}));
+        EXPECT_FALSE(processor.asked().contains(c.neverAsked));
     }
 }

@@ -10,7 +10,6 @@
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QMetaMethod>
 #include <QTemporaryDir>
 #include <QThread>
 
@@ -68,45 +67,6 @@ void expectCancelled(const CallResult &result)
 }
 
 } // namespace
-
-TEST(ObserverTest, MetaObjectDeclaresTheCancelSlotAndNothingElse)
-{
-    const QMetaObject &meta = VMToolsObserver::staticMetaObject;
-    EXPECT_STREQ(meta.className(), "VMToolsObserver");
-    EXPECT_EQ(meta.superClass(), &QObject::staticMetaObject);
-    EXPECT_EQ(meta.propertyCount(), meta.propertyOffset());
-    EXPECT_EQ(meta.enumeratorCount(), meta.enumeratorOffset());
-    EXPECT_EQ(meta.constructorCount(), 0);
-    EXPECT_EQ(meta.classInfoCount(), meta.classInfoOffset());
-    ASSERT_EQ(meta.methodCount() - meta.methodOffset(), 1);
-
-    const QMetaMethod cancel = meta.method(meta.methodOffset());
-    EXPECT_EQ(cancel.methodSignature(), QByteArray("cancel()"));
-    EXPECT_EQ(cancel.methodType(), QMetaMethod::Slot);
-    EXPECT_EQ(cancel.access(), QMetaMethod::Public);
-    EXPECT_EQ(cancel.returnType(), int(QMetaType::Bool));
-    EXPECT_EQ(cancel.parameterCount(), 0);
-
-    VMToolsObserver observer;
-    EXPECT_EQ(observer.metaObject(), &meta);
-    EXPECT_EQ(observer.qt_metacast("VMToolsObserver"), static_cast<void *>(&observer));
-    EXPECT_EQ(observer.qt_metacast("QProcess"), nullptr);
-
-    // No argument meta-types to register for the slot.
-    int metaType = 42;
-    int argument = 0;
-    void *registerArgs[] = {&metaType, &argument};
-    observer.qt_metacall(QMetaObject::RegisterMethodArgumentMetaType, meta.methodOffset(),
-                         registerArgs);
-    EXPECT_EQ(metaType, -1);
-
-    // Invoked through the meta-object with no process: flag set, nothing signalled.
-    bool sent = true;
-    ASSERT_TRUE(QMetaObject::invokeMethod(&observer, "cancel", Qt::DirectConnection,
-                                          Q_RETURN_ARG(bool, sent)));
-    EXPECT_FALSE(sent);
-    EXPECT_TRUE(observer.isCanceled());
-}
 
 TEST(ObserverTest, CancelBeforeTheCallLetsTheChildFinishAndStaysSetUntilReset)
 {

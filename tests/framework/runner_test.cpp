@@ -1,5 +1,4 @@
 #include <vmtools/vboxmanagecommon.h>
-#include <vmtools/vmtoolsobserver.h>
 
 #include "logcapture.h"
 #include "printers.h"
@@ -28,56 +27,37 @@ LogLine criticalLine(const QString &text)
 
 } // namespace
 
-TEST(RunnerTest, SuccessLogsCallAndReturnCode)
+TEST(RunnerTest, SuccessKeepsOutputAndArgumentsUntouchedAndLogsThemAsAQtStringList)
 {
-    StandIn standIn;
-    Answer answer = Answer::ok("  5.2.44r139111\n\n");
-    answer.err = "a warning on stderr\n";
-    standIn.onExact({"--version"}, {answer});
-    LogCapture log;
+    struct Case
+    {
+        QStringList args;
+        QString callLine;
+    };
+    const QList<Case> cases = {
+        {{"--version"}, "(\"--version\")"},
+        {{}, "()"},
+        {{"modifyvm", "my phone", "say \"hi\"", "line1\nline2", "", "back\\slash", "$HOME;*"},
+         "(\"modifyvm\", \"my phone\", \"say \\\"hi\\\"\", \"line1\\nline2\", \"\", "
+         "\"back\\\\slash\", \"$HOME;*\")"},
+    };
+    for (const Case &c : cases) {
+        StandIn standIn;
+        Answer answer = Answer::ok("  5.2.44r139111\n\n");
+        answer.err = "a warning on stderr\n";
+        standIn.onExact(c.args, {answer});
+        LogCapture log;
 
-    const CallResult result = call(Tool, {"--version"});
+        const CallResult result = call(Tool, c.args);
 
-    // Nothing is trimmed, and standard error is kept even when the call succeeds.
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.output, "  5.2.44r139111\n\n");
-    EXPECT_EQ(result.error, "a warning on stderr\n");
-    EXPECT_EQ(log.lines(), (QList<LogLine>{debugLine("[VBox] Call: (\"--version\")"),
-                                           debugLine("[VBox] Return code: 0")}));
-}
-
-TEST(RunnerTest, ArgumentsReachTheChildUntouchedAndAreLoggedAsAQtStringList)
-{
-    StandIn standIn;
-    const QStringList args = {"modifyvm",     "my phone", "--name",      "say \"hi\"",
-                              "line1\nline2", "",         "back\\slash", "$HOME;*"};
-    standIn.onExact(args, {Answer::ok()});
-    LogCapture log;
-
-    const CallResult result = call(Tool, args);
-
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(standIn.calls(), QList<QStringList>{args});
-    EXPECT_EQ(
-        log.lines(),
-        (QList<LogLine>{debugLine("[VBox] Call: (\"modifyvm\", \"my phone\", \"--name\", "
-                                  "\"say \\\"hi\\\"\", \"line1\\nline2\", \"\", \"back\\\\slash\", "
-                                  "\"$HOME;*\")"),
-                        debugLine("[VBox] Return code: 0")}));
-}
-
-TEST(RunnerTest, EmptyArgumentListRunsTheToolWithoutArguments)
-{
-    StandIn standIn;
-    standIn.onExact({}, {Answer::ok("usage\n")});
-    LogCapture log;
-
-    const CallResult result = call(Tool, {});
-
-    EXPECT_EQ(result.output, "usage\n");
-    EXPECT_EQ(standIn.calls(), QList<QStringList>{QStringList()});
-    EXPECT_EQ(log.lines(),
-              (QList<LogLine>{debugLine("[VBox] Call: ()"), debugLine("[VBox] Return code: 0")}));
+        // Nothing is trimmed, and standard error is kept even when the call succeeds.
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(result.output, "  5.2.44r139111\n\n");
+        EXPECT_EQ(result.error, "a warning on stderr\n");
+        EXPECT_EQ(standIn.calls(), QList<QStringList>{c.args});
+        EXPECT_EQ(log.lines(), (QList<LogLine>{debugLine("[VBox] Call: " + c.callLine),
+                                               debugLine("[VBox] Return code: 0")}));
+    }
 }
 
 TEST(RunnerTest, OutputAndErrorAreDecodedAsUtf8AndCutAtTheFirstNul)
@@ -88,12 +68,10 @@ TEST(RunnerTest, OutputAndErrorAreDecodedAsUtf8AndCutAtTheFirstNul)
     answer.err = QStringLiteral("before") + QChar(0) + QStringLiteral("after\n");
     standIn.onExact({"showvminfo", "phone"}, {answer});
     standIn.onExact({"nul-first"}, {Answer::ok(QString(QChar(0)) + "all hidden")});
-    LogCapture log;
 
     const CallResult result = call(Tool, {"showvminfo", "phone"});
     EXPECT_EQ(result.output, QStringLiteral("Gr\u00f6\u00dfe \u2713 ok"));
     EXPECT_EQ(result.error, "before");
-
     const CallResult leadingNul = call(Tool, {"nul-first"});
     EXPECT_EQ(leadingNul.exitCode, 0);
     EXPECT_TRUE(leadingNul.output.isEmpty());
@@ -101,41 +79,34 @@ TEST(RunnerTest, OutputAndErrorAreDecodedAsUtf8AndCutAtTheFirstNul)
 
 TEST(RunnerTest, NonZeroExitLogsTheCodeAndTheTrimmedErrorWhenItIsNotBlank)
 {
-    StandIn standIn;
+    struct Case
+    {
+        QString arg;
+        Answer answer;
+        QList<LogLine> outcome;
+    };
     Answer failing = Answer::fail(1, "\n  VBoxManage: error: Could not find \"x\"\n"
                                      "VBoxManage: error: Details: code\n\t ");
     failing.out = "partial output\n";
-    standIn.onExact({"startvm", "x"}, {failing});
-    standIn.onExact({"blank"}, {Answer::fail(2, " \n\t \n")});
-    standIn.onExact({"empty"}, {Answer::fail(255)});
-
-    {
+    const QList<Case> cases = {
+        {"startvm",
+         failing,
+         {criticalLine("[VBox] Return code: 1"),
+          criticalLine("[VBox] Output command: \"VBoxManage: error: Could not find "
+                       "\\\"x\\\"\\nVBoxManage: error: Details: code\"")}},
+        {"blank", Answer::fail(2, " \n\t \n"), {criticalLine("[VBox] Return code: 2")}},
+        {"empty", Answer::fail(255), {criticalLine("[VBox] Return code: 255")}},
+    };
+    for (const Case &c : cases) {
+        StandIn standIn;
+        standIn.onExact({c.arg}, {c.answer});
         LogCapture log;
-        const CallResult result = call(Tool, {"startvm", "x"});
-        EXPECT_EQ(result.exitCode, 1);
-        EXPECT_EQ(result.output, "partial output\n");
-        EXPECT_EQ(result.error, failing.err);
+        const CallResult result = call(Tool, {c.arg});
+        EXPECT_EQ(result.exitCode, c.answer.exitCode);
+        EXPECT_EQ(result.output, c.answer.out);
+        EXPECT_EQ(result.error, c.answer.err);
         EXPECT_EQ(log.lines(),
-                  (QList<LogLine>{
-                      debugLine("[VBox] Call: (\"startvm\", \"x\")"),
-                      criticalLine("[VBox] Return code: 1"),
-                      criticalLine("[VBox] Output command: \"VBoxManage: error: Could not find "
-                                   "\\\"x\\\"\\nVBoxManage: error: Details: code\"")}));
-    }
-    {
-        LogCapture log;
-        const CallResult result = call(Tool, {"blank"});
-        EXPECT_EQ(result.exitCode, 2);
-        EXPECT_EQ(result.error, " \n\t \n");
-        EXPECT_EQ(log.lines(), (QList<LogLine>{debugLine("[VBox] Call: (\"blank\")"),
-                                               criticalLine("[VBox] Return code: 2")}));
-    }
-    {
-        LogCapture log;
-        const CallResult result = call(Tool, {"empty"});
-        EXPECT_EQ(result.exitCode, 255);
-        EXPECT_EQ(log.lines(), (QList<LogLine>{debugLine("[VBox] Call: (\"empty\")"),
-                                               criticalLine("[VBox] Return code: 255")}));
+                  QList<LogLine>{debugLine("[VBox] Call: (\"" + c.arg + "\")")} + c.outcome);
     }
 }
 
@@ -162,39 +133,26 @@ TEST(RunnerTest, ExecutableThatCannotStartIsReportedWithTheSameWordsWhateverItsN
     }
 }
 
-TEST(RunnerTest, SilentLeavesNoTraceWhateverTheOutcome)
+TEST(RunnerTest, OptionBitsSilenceOnlyWithSilentAndUnknownBitsAreIgnored)
 {
     StandIn standIn;
-    standIn.onExact({"guestproperty", "get", "phone", "x"}, {Answer::ok("Value: 1\n")});
+    standIn.onExact({"list", "hostinfo"}, {Answer::ok("Processor count: 4\n").withDelay(200)});
     standIn.onExact({"broken"}, {Answer::fail(3, "VBoxManage: error: bad\n")});
     QTemporaryDir dir;
     LogCapture log;
 
-    const CallResult ok = call(Tool, {"guestproperty", "get", "phone", "x"}, Silent);
+    EXPECT_EQ(call(Tool, {"list", "hostinfo"}, Silent).output, "Processor count: 4\n");
     const CallResult failed = call(Tool, {"broken"}, Silent);
-    const CallResult unstartable = call(dir.filePath("missing"), {"x"}, Silent);
-    // 5 = Silent | WaitForever: still silent.
-    const CallResult silentForever = call(Tool, {"broken"}, Options(Silent | WaitForever));
-
-    EXPECT_EQ(ok.output, "Value: 1\n");
     EXPECT_EQ(failed.exitCode, 3);
     EXPECT_EQ(failed.error, "VBoxManage: error: bad\n");
-    EXPECT_NE(unstartable.exitCode, -1);
-    EXPECT_EQ(silentForever.exitCode, 3);
+    EXPECT_NE(call(dir.filePath("missing"), {"x"}, Silent).exitCode, -1);
+    EXPECT_EQ(call(Tool, {"broken"}, Options(Silent | WaitForever)).exitCode, 3);
     EXPECT_TRUE(log.lines().isEmpty()) << log.texts().join('\n').toStdString();
     EXPECT_EQ(standIn.calls().size(), 3);
-}
-
-TEST(RunnerTest, UnknownOptionBitsAreIgnoredAndWaitForeverStillLogs)
-{
-    StandIn standIn;
-    standIn.onExact({"list", "hostinfo"}, {Answer::ok("Processor count: 4\n").withDelay(200)});
-    LogCapture log;
 
     const CallResult waitForever =
         call(Tool, {"list", "hostinfo"}, Options(WaitForever | LongTimeout));
     const CallResult unknownBits = call(Tool, {"list", "hostinfo"}, Options(QFlag(0x8 | 0x40)));
-
     EXPECT_EQ(waitForever.output, "Processor count: 4\n");
     EXPECT_EQ(unknownBits.output, "Processor count: 4\n");
     const LogLine callLine = debugLine("[VBox] Call: (\"list\", \"hostinfo\")");

@@ -3,18 +3,13 @@
 #include "logcapture.h"
 #include "printers.h"
 #include "standin.h"
+#include "vboxtest.h"
 
 #include <gtest/gtest.h>
 
 #include <QFile>
 
 namespace {
-
-QString recorded(const QString &name)
-{
-    QFile file(QStringLiteral(TEST_DATA_DIR "/5.2/") + name);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
 
 QString hostinfo(int online, int cores)
 {
@@ -25,61 +20,46 @@ QString hostinfo(int online, int cores)
 
 } // namespace
 
-TEST(CoreLimitsTest, FreshEngineHasDefaultsAndLogsItsPath)
-{
-    LogCapture log;
-    VBoxManageCore core;
-    EXPECT_EQ(log.texts().last(), "[VBox] Path: \"VBoxManage\"");
-    EXPECT_EQ(core.getMaxCpuCount(), 8u);
-    EXPECT_EQ(core.getMaxMemory(), 4096u);
-    EXPECT_FALSE(core.isSystemReady());
-    EXPECT_EQ(core.getAdapterName(), "");
-    EXPECT_TRUE(core.shutdown());
-    EXPECT_EQ(core.getDataDiskName(), "android_data_disk.vmdk");
-    EXPECT_EQ(core.getSDCardDiskName(), "sdcard.vdi");
-}
-
-TEST(CoreLimitsTest, CpuCountMultipliesCountsAndIsCappedAtEight)
+TEST(CoreLimitsTest, CpuCountMultipliesCountsIsCappedAtEightAndLogsEachStep)
 {
     struct Case
     {
         QString text;
         unsigned int expected;
+        QStringList log;
     };
-    const QList<Case> cases = {{hostinfo(4, 2), 8},
-                               {hostinfo(6, 1), 6},
-                               {hostinfo(3, 0), 3},
-                               {hostinfo(8, 4), 8},
-                               {"Processor online count: 5\n", 5},
-                               {"Processor online count: 12\n", 8}};
+    const QString tag = QStringLiteral("[VBox] [System properties] ");
+    const QList<Case> cases = {
+        {hostinfo(6, 1), 6, {}},
+        {hostinfo(3, 0), 3, {}},
+        {hostinfo(4, 2), 8, {}},
+        {"Processor online count: 5\n", 5, {}},
+        {"Processor online count: 12\n", 8, {}},
+        {hostinfo(8, 4),
+         8,
+         {tag + "Online physical CPU number: 8", tag + "Online virtual CPU number: 4",
+          "[VBox] CPU number is > 8 - Fix max number to 8", tag + "Max CPU number: 8"}},
+        {"Processor online count: 2\n",
+         2,
+         {tag + "Online physical CPU number: 2", tag + "No online virtual CPU found",
+          tag + "Max CPU number: 2"}},
+    };
     for (const Case &c : cases) {
         VBoxManageCore core;
+        EXPECT_EQ(core.getMaxCpuCount(), 8u);
+        LogCapture log;
         core.loadMaxCPUNumber(c.text);
         EXPECT_EQ(core.getMaxCpuCount(), c.expected) << c.text.toStdString();
+        if (!c.log.isEmpty()) {
+            EXPECT_EQ(log.texts(), c.log);
+            // Without an online count the last value stays.
+            log.clear();
+            core.loadMaxCPUNumber("Processor count: 16\n");
+            EXPECT_EQ(core.getMaxCpuCount(), c.expected);
+            EXPECT_EQ(log.texts(),
+                      QStringList{tag + "Max CPU number: " + QString::number(c.expected)});
+        }
     }
-}
-
-TEST(CoreLimitsTest, CpuCountLogLines)
-{
-    VBoxManageCore core;
-    LogCapture log;
-    core.loadMaxCPUNumber(hostinfo(8, 4));
-    EXPECT_EQ(log.texts(QtDebugMsg),
-              (QStringList{"[VBox] [System properties] Online physical CPU number: 8",
-                           "[VBox] [System properties] Online virtual CPU number: 4",
-                           "[VBox] CPU number is > 8 - Fix max number to 8",
-                           "[VBox] [System properties] Max CPU number: 8"}));
-
-    log.clear();
-    core.loadMaxCPUNumber("Processor online count: 2\n");
-    EXPECT_EQ(log.texts(), (QStringList{"[VBox] [System properties] Online physical CPU number: 2",
-                                        "[VBox] [System properties] No online virtual CPU found",
-                                        "[VBox] [System properties] Max CPU number: 2"}));
-
-    log.clear();
-    core.loadMaxCPUNumber("Processor count: 16\n");
-    EXPECT_EQ(core.getMaxCpuCount(), 2u);
-    EXPECT_EQ(log.texts(), QStringList{"[VBox] [System properties] Max CPU number: 2"});
 }
 
 TEST(CoreLimitsTest, LimitsFromRecordedHostinfo)

@@ -3,18 +3,13 @@
 #include "logcapture.h"
 #include "printers.h"
 #include "standin.h"
+#include "vboxtest.h"
 
 #include <gtest/gtest.h>
 
 #include <QFile>
 
 namespace {
-
-QString recorded(const QString &name)
-{
-    QFile file(QStringLiteral(TEST_DATA_DIR "/5.2/") + name);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
 
 QString dhcpRecord(const QString &name, const QString &enabled)
 {

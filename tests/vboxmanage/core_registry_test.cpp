@@ -3,6 +3,7 @@
 #include "logcapture.h"
 #include "printers.h"
 #include "standin.h"
+#include "vboxtest.h"
 
 #include <gtest/gtest.h>
 
@@ -17,12 +18,6 @@ const QString ForeignUuid = QStringLiteral("628a6317-792a-45ff-8f0a-de3227f14724
 const QString TabletUuid = QStringLiteral("e1a5e766-27cc-4b13-8c81-b69a5aa5dac7");
 const QString Marker =
     QStringLiteral("Name: vbox_graph_mode, value: 1, timestamp: 1584387989510329000, flags: \n");
-
-QString recorded(const QString &name)
-{
-    QFile file(QStringLiteral(TEST_DATA_DIR "/5.2/") + name);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
 
 QString description(const QString &nameLine, const QString &uuid)
 {

@@ -1,6 +1,7 @@
 #include "logcapture.h"
 #include "printers.h"
 #include "standin.h"
+#include "vboxtest.h"
 
 #include <vmtools/settings.h>
 #include <vmtools/vmtoolsengine.h>
@@ -20,12 +21,6 @@ const QString Up = QStringLiteral("5: vboxnet0: <BROADCAST,MULTICAST,UP,LOWER_UP
 const QString Routed =
     QStringLiteral("default via 10.0.0.1 dev eth0 proto dhcp metric 100 \n"
                    "192.168.56.0/24 dev vboxnet0 proto kernel scope link src 192.168.56.1 \n");
-
-QString recorded(const QString &name)
-{
-    QFile file(QStringLiteral(TEST_DATA_DIR "/5.2/") + name);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
 
 // VirtualBox with vboxnet0 and vboxnet1 and a fitting DHCP server for vboxnet0; `ip` shows
 // vboxnet0 with the given link and routes.
@@ -82,35 +77,6 @@ Loaded load()
 }
 
 } // namespace
-
-TEST(CoreStartupTest, UsableRememberedInterfaceIsKept)
-{
-    Settings::set(Key, QStringLiteral("vboxnet0"));
-    StandIn standIn;
-    scriptHost(standIn);
-    standIn.onExact(HostInfo, {Answer::ok(recorded("core-hostinfo.txt"))});
-    LogCapture log;
-    const Loaded loaded = load();
-    ASSERT_TRUE(loaded.engine);
-    EXPECT_EQ(loaded.info.state, 0);
-    EXPECT_EQ(loaded.info.message, "");
-    EXPECT_EQ(standIn.calls(),
-              (QList<QStringList>{
-                  HostInfo, {"list", "hostonlyifs"}, {"list", "dhcpservers"}, {"--version"}}));
-    EXPECT_EQ(standIn.calls("ip"),
-              (QList<QStringList>{{"addr", "show", "dev", "vboxnet0"}, {"route"}}));
-    EXPECT_EQ(Settings::get(Key).toString(), "vboxnet0");
-    EXPECT_EQ(loaded.engine->getAdapterName(), "vboxnet0");
-    EXPECT_TRUE(loaded.engine->isSystemReady());
-    EXPECT_EQ(loaded.engine->getMaxCpuCount(), 8u);
-    EXPECT_EQ(loaded.engine->getMaxMemory(), 15923u);
-    EXPECT_TRUE(log.contains(QtDebugMsg, "[VBox] get \"vboxnet0\" from host.only.interface"));
-    EXPECT_TRUE(log.contains(QtWarningMsg, "[VBox] [getSavedHostOnlyInterface] Checking "
-                                           "\"vboxnet0\" interface status ( "
-                                           "QHostAddress(\"192.168.56.1\") )"));
-    EXPECT_TRUE(log.contains(QtDebugMsg, "[VBox] [getSavedHostOnlyInterface] \"vboxnet0\" "
-                                         "Interface seems compatible"));
-}
 
 TEST(CoreStartupTest, UnusableRememberedInterfaceIsReplaced)
 {

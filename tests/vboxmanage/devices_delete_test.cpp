@@ -1,5 +1,5 @@
 #include "devices_fixture.h"
-#include "devices_mockmachine.h"
+#include "mockmachine.h"
 
 #include <vmtools/paths.h>
 

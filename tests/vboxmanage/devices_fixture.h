@@ -4,6 +4,7 @@
 #include "printers.h"
 #include "standin.h"
 #include "vboxmanagecore.h"
+#include "vboxtest.h"
 
 #include <vmtools/settings.h>
 
@@ -55,14 +56,6 @@ protected:
     QStringList closeMedium(const QString &path) const
     {
         return {"closemedium", "disk", path, "--delete"};
-    }
-
-    // A VBoxManage output recorded from VirtualBox 5.2.
-    static QString recorded(const QString &file)
-    {
-        QFile data(QStringLiteral(TEST_DATA_DIR "/5.2/") + file);
-        EXPECT_TRUE(data.open(QIODevice::ReadOnly)) << file.toStdString();
-        return QString::fromUtf8(data.readAll());
     }
 
     QString makeFile(const QString &relative, const QByteArray &content = "disk")

@@ -3,6 +3,7 @@
 #include "logcapture.h"
 #include "printers.h"
 #include "standin.h"
+#include "vboxtest.h"
 
 #include <vmtools/settings.h>
 #include <vmtools/vmtoolsengine.h>
@@ -12,13 +13,6 @@
 #include <memory>
 
 namespace {
-
-QString recorded(const QString &file)
-{
-    QFile data(QStringLiteral(TEST_DATA_DIR "/5.2/") + file);
-    EXPECT_TRUE(data.open(QIODevice::ReadOnly)) << file.toStdString();
-    return QString::fromUtf8(data.readAll());
-}
 
 const QString Properties = QStringLiteral(
     "Name: /VirtualBox/HostInfo/VBoxVer, value: 5.2.44, timestamp: 1584387254070548000, flags: "
@@ -90,7 +84,13 @@ TEST_F(HostStyleTest, EngineIsLoadedFromThePluginFolderAndInitialized)
     EXPECT_EQ(engine->getMaxCpuCount(), 8u);
     EXPECT_EQ(engine->getMaxMemory(), 15923u);
 
-    EXPECT_EQ(m_standIn.allCalls().size(), 6);
+    EXPECT_EQ(m_standIn.calls(),
+              cmds({"list hostinfo", "list hostonlyifs", "list dhcpservers", "--version"}));
+    EXPECT_EQ(m_standIn.calls("ip"), cmds({"addr show dev vboxnet0", "route"}));
+    EXPECT_EQ(Settings::get(QStringLiteral("host.only.interface")).toString(), "vboxnet0");
+    EXPECT_TRUE(m_log.contains(QtWarningMsg, "[VBox] [getSavedHostOnlyInterface] Checking "
+                                             "\"vboxnet0\" interface status ( "
+                                             "QHostAddress(\"192.168.56.1\") )"));
     const QStringList lines = m_log.texts();
     EXPECT_EQ(lines.mid(0, 2), (QStringList{"[VBox] Loading \"vboxmanage\" plugin",
                                             "[VBox] Plugin \"vboxmanage\" loaded"}));
@@ -163,66 +163,33 @@ TEST_F(HostStyleTest, HostDrivesADeviceThroughTheInterfaces)
     EXPECT_EQ(machine->getDensity(), "240");
     EXPECT_EQ(machine->getData("/VirtualBox/HostInfo/VBoxVer", "none"), "none");
 
-    m_log.clear();
     EXPECT_TRUE(engine->startMachine(machine.get(), VMToolsMachine::HeadlessLaunch));
-    const QStringList startLog = m_log.texts();
     EXPECT_TRUE(engine->startMachine(machine.get(), VMToolsMachine::GuiLaunch));
     EXPECT_TRUE(engine->startMachine(machine.get(), VMToolsMachine::GuiLaunch));
 
     EXPECT_EQ(machine->waitForIP(), "192.168.56.101");
     EXPECT_EQ(machine->getAdbSerial(), "192.168.56.101:5555");
-
-    m_log.clear();
     EXPECT_TRUE(machine->createFactoryBackup());
     EXPECT_EQ(machine->resetFactory(), 0);
-    const QStringList resetLog = m_log.texts();
 
-    const QList<QStringList> bind{
-        {"modifyvm", "phone", "--nic1", "hostonly"},
-        {"modifyvm", "phone", "--hostonlyadapter1", "vboxnet0"},
-        {"modifyvm", "phone", "--nictype1", "virtio"},
-        {"modifyvm", "phone", "--cableconnected1", "on"},
-        {"guestproperty", "set", "phone", "quillomate_player_version", "1"},
-        {"guestproperty", "set", "phone", "quillomate_vm_name", "phone"},
-        {"showvminfo", "phone"}};
-    const QStringList poll{"guestproperty", "get", "phone", "tovalyn_ip_management"};
+    const QList<QStringList> bind =
+        cmds({"modifyvm phone --nic1 hostonly", "modifyvm phone --hostonlyadapter1 vboxnet0",
+              "modifyvm phone --nictype1 virtio", "modifyvm phone --cableconnected1 on",
+              "guestproperty set phone quillomate_player_version 1",
+              "guestproperty set phone quillomate_vm_name phone", "showvminfo phone"});
+    const QStringList poll = cmd("guestproperty get phone tovalyn_ip_management");
     const QList<QStringList> expected =
-        QList<QStringList>{{"showvminfo", "phone"},
-                           {"guestproperty", "enumerate", "phone"},
-                           {"showvminfo", "phone"},
-                           {"guestproperty", "set", "phone", "vbox_graph_mode", "720x1280-16"},
-                           {"guestproperty", "set", "phone", "quillomate_device_id", "[none]"},
-                           {"guestproperty", "set", "phone", "quillomate_full_screen", "yes"}} +
-        bind +
-        QList<QStringList>{{"startvm", "phone", "--type", "headless"}, {"showvminfo", "phone"}} +
-        bind + QList<QStringList>{{"startvm", "phone", "--type", "gui"}, {"showvminfo", "phone"}} +
-        bind + QList<QStringList>{{"controlvm", "phone", "resume"}, {"showvminfo", "phone"}} +
-        QList<QStringList>{poll,
-                           poll,
-                           poll,
-                           {"snapshot", "phone", "take", "factory-backup", "--description",
-                            "Initial snapshot to reset factory state"},
-                           {"snapshot", "phone", "list"},
-                           {"snapshot", "phone", "restore", "factory-backup"}};
+        cmds({"showvminfo phone", "guestproperty enumerate phone", "showvminfo phone",
+              "guestproperty set phone vbox_graph_mode 720x1280-16",
+              "guestproperty set phone quillomate_device_id [none]",
+              "guestproperty set phone quillomate_full_screen yes"}) +
+        bind + cmds({"startvm phone --type headless", "showvminfo phone"}) + bind +
+        cmds({"startvm phone --type gui", "showvminfo phone"}) + bind +
+        cmds({"controlvm phone resume", "showvminfo phone"}) +
+        QList<QStringList>{poll, poll, poll} +
+        QList<QStringList>{{"snapshot", "phone", "take", "factory-backup", "--description",
+                            "Initial snapshot to reset factory state"}} +
+        cmds({"snapshot phone list", "snapshot phone restore factory-backup"});
     EXPECT_EQ(m_standIn.calls(), expected);
     EXPECT_TRUE(m_standIn.calls("ip").isEmpty()); // the interface is checked at start-up only
-
-    QStringList expectedStartLog;
-    for (const QStringList &call : bind)
-        expectedStartLog << callLines(call);
-    expectedStartLog << callLines({"startvm", "phone", "--type", "headless"})
-                     << callLines({"showvminfo", "phone"});
-    EXPECT_EQ(startLog, expectedStartLog);
-    const QStringList expectedResetLog =
-        callLines({"snapshot", "phone", "take", "factory-backup", "--description",
-                   "Initial snapshot to reset factory state"}) +
-        QStringList{"[VBox] \"phone\" : Snapshot created with success: \"factory-backup\""} +
-        callLines({"snapshot", "phone", "list"}) +
-        QStringList{"[VBox] List all snapshot(s):",
-                    "[VBox] - \"phone\" : Snapshot found: \"factory-backup\"",
-                    "[VBox] \"phone\" : snapshot found: \"factory-backup\""} +
-        callLines({"snapshot", "phone", "restore", "factory-backup"}) +
-        QStringList{"[VBox] \"phone\" : Snapshot restored with success: "
-                    "\"factory-backup\""};
-    EXPECT_EQ(resetLog, expectedResetLog);
 }

@@ -1,17 +1,14 @@
 #include "vboxinterfaceparser.h"
 
 #include "printers.h"
-
-#include <QFile>
+#include "vboxtest.h"
 
 #include <gtest/gtest.h>
 
 TEST(InterfaceParserTest, BridgeableInterfacesAreTheNameLines)
 {
     using VBoxInterfaceParser::parseBridgeableInterfaces;
-    QFile file(TEST_DATA_DIR "/5.2/machine-bridgedifs.txt");
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(parseBridgeableInterfaces(QString::fromUtf8(file.readAll())),
+    EXPECT_EQ(parseBridgeableInterfaces(recorded("machine-bridgedifs.txt")),
               (QStringList{"enp3s0", "wlp2s0"}));
     EXPECT_EQ(parseBridgeableInterfaces(""), QStringList());
     // Whatever follows the name on its line stays; indented lines do not count.

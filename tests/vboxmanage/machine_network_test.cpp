@@ -3,19 +3,13 @@
 #include "logcapture.h"
 #include "printers.h"
 #include "standin.h"
+#include "vboxtest.h"
 
 #include <QFile>
 
 #include <gtest/gtest.h>
 
 namespace {
-
-QString recorded(const QString &name)
-{
-    QFile file(QStringLiteral(TEST_DATA_DIR "/5.2/") + name);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name.toStdString();
-    return QString::fromUtf8(file.readAll());
-}
 
 QString nic2(const QString &attachment)
 {

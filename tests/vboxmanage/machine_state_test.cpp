@@ -2,19 +2,13 @@
 
 #include "printers.h"
 #include "standin.h"
+#include "vboxtest.h"
 
 #include <QFile>
 
 #include <gtest/gtest.h>
 
 namespace {
-
-QString recorded(const QString &name)
-{
-    QFile file(QStringLiteral(TEST_DATA_DIR "/5.2/") + name);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name.toStdString();
-    return QString::fromUtf8(file.readAll());
-}
 
 QString property(const QString &key, const QString &value)
 {

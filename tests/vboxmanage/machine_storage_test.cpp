@@ -3,6 +3,7 @@
 #include "logcapture.h"
 #include "printers.h"
 #include "standin.h"
+#include "vboxtest.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -11,13 +12,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-QString recorded(const QString &name)
-{
-    QFile file(QStringLiteral(TEST_DATA_DIR "/5.2/") + name);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name.toStdString();
-    return QString::fromUtf8(file.readAll());
-}
 
 const QStringList ShowVmInfo{"showvminfo", "phone"};
 const QStringList List{"snapshot", "phone", "list"};

@@ -5,10 +5,11 @@
 #include <gmock/gmock.h>
 
 #include <QDateTime>
+#include <QFile>
 #include <QSize>
 
-// A machine whose every answer the test chooses, for engine operations that only talk to
-// the machine through its interface.
+// A machine whose every answer the test chooses: for the interface's own code and for engine
+// operations that only talk to the machine through the interface.
 class MockMachine : public VMToolsMachine
 {
 public:

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <map>
+#include <string>
+
+// Shows the usual console report and keeps every run, so that the ratios the targets are
+// stated in can be printed once all benchmarks are done.
+class SummaryReporter final : public benchmark::ConsoleReporter
+{
+public:
+    struct Result
+    {
+        double secondsPerIteration = 0;
+        // The parsers are stated in CPU time: it does not count the time that other
+        // processes of a busy machine take away.
+        double cpuSecondsPerIteration = 0;
+        std::map<std::string, double> counters;
+    };
+
+    // Colours only on a terminal, so that a saved report stays plain text.
+    SummaryReporter();
+
+    void ReportRuns(const std::vector<Run> &runs) override;
+
+    // Prints the targets' ratios for whatever benchmarks ran (a filter may leave some out).
+    void printSummary() const;
+
+private:
+    const Result *find(const std::string &name) const;
+    void printRunner() const;
+    void printParsers() const;
+    void printOperations() const;
+
+    std::map<std::string, Result> m_results;
+};

@@ -1,0 +1,263 @@
+// The parsers left QRegExp for QRegularExpression to keep up with long outputs. Their
+// results must stay those of the QRegExp patterns, so these tests run the QRegExp forms as
+// references over recorded outputs and over the awkward shapes.
+#include "vboxoutputparser.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QRegExp>
+
+namespace {
+
+QString recorded(const QString &name)
+{
+    QFile file(QStringLiteral(TEST_DATA_DIR "/5.2/") + name);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name.toStdString();
+    return QString::fromUtf8(file.readAll());
+}
+
+QString withCrLf(QString text)
+{
+    return text.replace(QLatin1String("\n"), QLatin1String("\r\n"));
+}
+
+// Each DHCP record as text: the five fields, enabled or not.
+QStringList referenceDhcp(const QString &output)
+{
+    QRegExp rx(QStringLiteral("\\bNetworkName:\\s+([^\\r\\n]+)\\r?\\n.*"
+                              "\\bIP:\\s+(\\d+\\.\\d+\\.\\d+\\.\\d+)\\r?\\n.*"
+                              "\\bNetworkMask:\\s+(\\d+\\.\\d+\\.\\d+\\.\\d+)\\r?\\n.*"
+                              "\\blowerIPAddress:\\s+(\\d+\\.\\d+\\.\\d+\\.\\d+)\\r?\\n.*"
+                              "\\bupperIPAddress:\\s+(\\d+\\.\\d+\\.\\d+\\.\\d+)\\r?\\n.*"
+                              "\\bEnabled:\\s+([^\\r\\n]+)\\r?\\n.*"));
+    rx.setMinimal(true);
+    QStringList records;
+    int pos = 0;
+    while ((pos = rx.indexIn(output, pos)) != -1) {
+        const bool enabled = rx.cap(6).trimmed().toLower() == QLatin1String("yes");
+        QStringList fields{rx.cap(1).trimmed(), enabled ? "yes" : "no"};
+        for (int field = 2; enabled && field <= 5; ++field)
+            fields << rx.cap(field).trimmed();
+        records << fields.join('|');
+        pos += qMax(rx.matchedLength(), 1);
+    }
+    return records;
+}
+
+QStringList parsedDhcp(const QString &output)
+{
+    QStringList records;
+    for (const VBoxOutputParser::DhcpServerRecord &server :
+         VBoxOutputParser::parseDhcpServers(output)) {
+        QStringList fields{server.networkName, server.enabled ? "yes" : "no"};
+        if (server.enabled)
+            fields << server.ipAddress << server.networkMask << server.lowerIpAddress
+                   << server.upperIpAddress;
+        records << fields.join('|');
+    }
+    return records;
+}
+
+QStringList referenceHostOnly(const QString &output)
+{
+    QRegExp rx(QStringLiteral("\\bName:\\s+([^\\r\\n]+)\\r?\\n.*"
+                              "\\bIPAddress:\\s+(\\d+\\.\\d+\\.\\d+\\.\\d+)\\r?\\n.*"
+                              "\\bNetworkMask:\\s+(\\d+\\.\\d+\\.\\d+\\.\\d+)\\r?\\n.*"));
+    rx.setMinimal(true);
+    QStringList records;
+    int pos = 0;
+    while ((pos = rx.indexIn(output, pos)) != -1) {
+        records << QStringList{rx.cap(1).trimmed(), rx.cap(2).trimmed(), rx.cap(3).trimmed()}.join(
+            '|');
+        pos += qMax(rx.matchedLength(), 1);
+    }
+    return records;
+}
+
+QStringList parsedHostOnly(const QString &output)
+{
+    QStringList records;
+    for (const VBoxOutputParser::HostOnlyRecord &iface :
+         VBoxOutputParser::parseHostOnlyInterfaces(output))
+        records << QStringList{iface.name, iface.ipAddress, iface.networkMask}.join('|');
+    return records;
+}
+
+QStringList referenceSnapshots(const QString &output)
+{
+    QRegExp snapshotLine(QStringLiteral("Name:\\s+(.+)\\s+\\(UUID:\\s+(.+)\\)"));
+    QStringList names;
+    for (const QString &line : output.split('\n')) {
+        if (snapshotLine.indexIn(line.trimmed()) >= 0)
+            names << snapshotLine.cap(1);
+    }
+    return names;
+}
+
+// Everything read from a description, as one line of text.
+QString referenceDescription(const QString &text)
+{
+    QStringList facts;
+    for (const char *pattern : {"Number of CPUs:\\s+(\\d+)", "Memory size:\\s+(\\d+).*"}) {
+        QRegExp number{QString::fromLatin1(pattern)};
+        facts << (number.indexIn(text) < 0 ? QStringLiteral("-") : number.cap(1));
+    }
+    QRegExp state(QStringLiteral("state:\\s+(.*) \\(since "), Qt::CaseInsensitive);
+    facts << (state.indexIn(text) < 0 ? QStringLiteral("-") : state.cap(1).trimmed().toLower());
+    QRegExp nic(QStringLiteral("NIC (\\d+):\\s+MAC: [^,]+, Attachment: ([^,]+)"));
+    QMap<int, QString> nics;
+    for (int pos = 0; (pos = nic.indexIn(text, pos)) >= 0; pos += nic.matchedLength())
+        nics.insert(nic.cap(1).toInt(), nic.cap(2));
+    for (auto it = nics.cbegin(); it != nics.cend(); ++it)
+        facts << QStringLiteral("%1=%2").arg(it.key()).arg(it.value());
+    for (int place = 0; place < 4; ++place) {
+        QRegExp disk(QStringLiteral("IDEController \\(%1, %2\\):\\s+([^\\n]+)\\s+\\(UUID: "
+                                    "([a-f0-9-]*)\\)")
+                         .arg(place / 2)
+                         .arg(place % 2));
+        facts << (disk.indexIn(text) < 0 ? QString() : disk.cap(2));
+    }
+    return facts.join('|');
+}
+
+QString stateName(VMToolsMachine::State state)
+{
+    switch (state) {
+    case VMToolsMachine::Off:
+        return QStringLiteral("powered off");
+    case VMToolsMachine::On:
+        return QStringLiteral("running");
+    case VMToolsMachine::Paused:
+        return QStringLiteral("paused");
+    case VMToolsMachine::Aborted:
+        return QStringLiteral("aborted");
+    default:
+        return QStringLiteral("other");
+    }
+}
+
+QString parsedDescription(const QString &text)
+{
+    QStringList facts;
+    unsigned int cpus = 0;
+    unsigned int memory = 0;
+    facts << (VBoxOutputParser::parseCpuCount(text, &cpus) ? QString::number(cpus) : "-");
+    facts << (VBoxOutputParser::parseMemorySize(text, &memory) ? QString::number(memory) : "-");
+    facts << stateName(VBoxOutputParser::parseState(text));
+    const QMap<int, QString> nics = VBoxOutputParser::parseNics(text);
+    for (auto it = nics.cbegin(); it != nics.cend(); ++it)
+        facts << QStringLiteral("%1=%2").arg(it.key()).arg(it.value());
+    for (int place = 0; place < 4; ++place)
+        facts << VBoxOutputParser::parseDiskUuid(text, static_cast<DiskPort>(place / 2),
+                                                 static_cast<DiskDevice>(place % 2));
+    return facts.join('|');
+}
+
+// The reference reads any state word; the parser only the four it knows.
+QString knownStates(QString facts)
+{
+    QStringList fields = facts.split('|');
+    if (fields.size() > 2 &&
+        !QStringList{"powered off", "running", "paused", "aborted"}.contains(fields[2]))
+        fields[2] = QStringLiteral("other");
+    return fields.join('|');
+}
+
+} // namespace
+
+TEST(OutputParserTest, DhcpRecordsMatchTheMinimalQRegExpReading)
+{
+    const QString sample = recorded("core-dhcpservers.txt");
+    const QString record = "NetworkName:    HostInterfaceNetworking-vboxnet9\n"
+                           "IP:             10.0.9.100\n"
+                           "NetworkMask:    255.255.255.0\n"
+                           "lowerIPAddress: 10.0.9.101\n"
+                           "upperIPAddress: 10.0.9.254\n"
+                           "Enabled:        Yes\n\n";
+    QString noEnabledLine = record;
+    noEnabledLine.remove("Enabled:        Yes\n");
+    QString blankName = record;
+    blankName.replace("HostInterfaceNetworking-vboxnet9", "    ");
+    QString reordered = record;
+    reordered.replace("IP:             10.0.9.100\n", "").replace("\n\n", "\nIP: 10.0.9.1\n\n");
+    const QStringList inputs{
+        sample,
+        withCrLf(sample),
+        // A record without its last field borrows the next record's: one record of two.
+        noEnabledLine + record,
+        blankName + record,
+        reordered + sample,
+        "NetworkName: x\nIP: 1.2.3\nNetworkMask: 255.0.0.0\n" + record,
+        sample.left(sample.size() - 2),
+        QString(),
+    };
+    for (const QString &input : inputs)
+        EXPECT_EQ(parsedDhcp(input), referenceDhcp(input)) << input.toStdString();
+
+    EXPECT_EQ(parsedDhcp(sample),
+              (QStringList{"HostInterfaceNetworking-vboxnet1|no",
+                           "HostInterfaceNetworking-vboxnet0|yes|192.168.56.100|255.255.255.0|"
+                           "192.168.56.101|192.168.56.254",
+                           "HostInterfaceNetworking-vboxnet2|yes|192.168.58.2|255.255.255.0|"
+                           "192.168.58.3|192.168.58.254"}));
+    EXPECT_EQ(parsedDhcp(noEnabledLine + record).size(), 1);
+}
+
+TEST(OutputParserTest, DescriptionFactsMatchTheQRegExpReading)
+{
+    const QString sample = recorded("machine-showvminfo.txt");
+    QString noSince = sample;
+    noSince.replace(" (since ", " since ");
+    QString twoStates = sample;
+    twoStates.append("Guest state: aborted (since 2024-06-03)\n");
+    QString lowerCase = sample;
+    lowerCase.replace("State:           running", "STATE:\tPaused  ");
+    QString nicAcrossLines = sample;
+    nicAcrossLines.append("NIC 7:           MAC: 08002\n7000000, Attachment: Bridged\n");
+    const QStringList inputs{
+        sample,
+        withCrLf(sample),
+        noSince,
+        twoStates,
+        lowerCase,
+        nicAcrossLines,
+        "Memory size: 512\nNumber of CPUs: 1\nState: saved (since x)\n",
+        "Memory size:     MB\nNumber of CPUs:\n",
+        "IDEController (1, 1): a (UUID: 1) b (UUID: 2)\n",
+        QString(),
+    };
+    for (const QString &input : inputs)
+        EXPECT_EQ(parsedDescription(input), knownStates(referenceDescription(input)))
+            << input.toStdString();
+
+    EXPECT_EQ(parsedDescription(sample).section('|', 0, 2), "2|2048|running");
+    EXPECT_EQ(VBoxOutputParser::parseState(twoStates), VMToolsMachine::Process);
+    EXPECT_EQ(VBoxOutputParser::parseState(lowerCase), VMToolsMachine::Paused);
+}
+
+TEST(OutputParserTest, HostOnlyRecordsAndSnapshotNamesMatchTheQRegExpReading)
+{
+    const QString interfaces = recorded("core-hostonlyifs.txt");
+    QString noAddress = interfaces;
+    noAddress.replace("IPAddress:       192.168.56.1\n", "IPAddress:       \n");
+    QString bridgedStyle = interfaces;
+    bridgedStyle.replace("Name:            vboxnet1", "Name:  \t vboxnet1  ");
+    for (const QString &input :
+         {interfaces, withCrLf(interfaces), noAddress, bridgedStyle, interfaces.left(300)})
+        EXPECT_EQ(parsedHostOnly(input), referenceHostOnly(input)) << input.toStdString();
+    EXPECT_EQ(parsedHostOnly(noAddress), QStringList{"vboxnet0|192.168.57.1|255.255.255.0"});
+
+    const QString snapshots = recorded("machine-snapshot-list.txt");
+    const QString odd = "Name: two  spaces  (UUID: 1)\n"
+                        "  Name: a (UUID: 2) b (UUID: 3) *\n"
+                        "Name: (brackets) (UUID: (4))\n"
+                        "Name:  (UUID: 5)\n"
+                        "Name: no uuid\n"
+                        "Description: Name: inner (UUID: 6)\n";
+    for (const QString &input : {snapshots, withCrLf(snapshots), odd})
+        EXPECT_EQ(VBoxOutputParser::parseSnapshotNames(input), referenceSnapshots(input))
+            << input.toStdString();
+    EXPECT_EQ(VBoxOutputParser::parseSnapshotNames(snapshots),
+              (QStringList{"factory-backup", "before update", "after update"}));
+}
