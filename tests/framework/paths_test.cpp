@@ -23,36 +23,28 @@ TEST(PathsTest, QmHomeMovesBothFoldersAndTheyAreCreated)
 {
     ProbeHost host;
     ASSERT_TRUE(host.isValid());
-
-    const QString base = host.root() + "/data/qm";
-    host.setEnv("QM_HOME", base);
-    EXPECT_EQ(host.run({"paths"}).lines, pathLines(base));
-    EXPECT_TRUE(QFileInfo(base + "/.Brellstock/Quillomate").isDir());
-
-    // A trailing slash, doubled separators and ".." give the clean absolute folder.
-    host.setEnv("QM_HOME", host.root() + "/other/../clean//");
-    EXPECT_EQ(host.run({"paths"}).lines, pathLines(host.root() + "/clean"));
-    EXPECT_TRUE(QFileInfo(host.root() + "/clean/.Brellstock/Quillomate").isDir());
-
-    // A relative QM_HOME is taken against the current folder.
-    ASSERT_TRUE(QDir().mkpath(host.root() + "/cwd"));
-    host.setEnv("QM_HOME", "relative/qm");
-    EXPECT_EQ(host.run({"paths"}, host.root() + "/cwd").lines,
-              pathLines(host.root() + "/cwd/relative/qm"));
-    EXPECT_TRUE(QFileInfo(host.root() + "/cwd/relative/qm/.Brellstock/Quillomate").isDir());
-}
-
-TEST(PathsTest, EmptyOrUnsetQmHomeMeansTheHomeFolder)
-{
-    ProbeHost host;
-    ASSERT_TRUE(host.isValid());
-
-    host.setEnv("QM_HOME", "");
-    EXPECT_EQ(host.run({"paths"}).lines, pathLines(host.home()));
-    EXPECT_TRUE(QFileInfo(host.home() + "/.Brellstock/Quillomate").isDir());
-
-    host.unsetEnv("QM_HOME");
-    EXPECT_EQ(host.run({"paths"}).lines, pathLines(host.home()));
+    const QString root = host.root();
+    ASSERT_TRUE(QDir().mkpath(root + "/cwd"));
+    // QM_HOME (null: unset) and the folder it gives.
+    const QList<QPair<QString, QString>> cases{
+        {root + "/data/qm", root + "/data/qm"},
+        // A trailing slash, doubled separators and ".." give the clean absolute folder.
+        {root + "/other/../clean//", root + "/clean"},
+        // A relative QM_HOME is taken against the current folder.
+        {"relative/qm", root + "/cwd/relative/qm"},
+        // Empty or unset means the home folder.
+        {QStringLiteral(""), host.home()},
+        {QString(), host.home()},
+    };
+    for (const auto &[qmHome, base] : cases) {
+        SCOPED_TRACE(qmHome.isNull() ? "unset" : qmHome.toStdString());
+        if (qmHome.isNull())
+            host.unsetEnv("QM_HOME");
+        else
+            host.setEnv("QM_HOME", qmHome);
+        EXPECT_EQ(host.run({"paths"}, root + "/cwd").lines, pathLines(base));
+        EXPECT_TRUE(QFileInfo(base + "/.Brellstock/Quillomate").isDir());
+    }
 }
 
 TEST(PathsTest, UnusableQmHomeEndsTheProcessButTheHomeFolderOnlyLogs)

@@ -5,6 +5,8 @@
 
 #include <QSettings>
 
+#include <tuple>
+
 namespace {
 
 const QString Interface = QStringLiteral("host.only.interface");
@@ -52,29 +54,24 @@ TEST_F(SettingsTest, InstallStoreWinsForTheInterfaceKeyAndTheWinnerIsWrittenBack
     const QString user = m_host.userStore();
     const QString install = m_host.installStore();
 
-    writeStore(user, "host.only.interface=vboxnet0\n");
-    writeStore(install, "host.only.interface=vboxnet3\n");
-    EXPECT_EQ(get(Interface).lines, QStringList{"value vboxnet3"});
-    EXPECT_EQ(read(user, Interface), "vboxnet3");
-    EXPECT_EQ(read(install, Interface), "vboxnet3");
-
-    // An empty value, or a value whose text is empty (a list of two), does not win.
-    for (const QByteArray &absent :
-         {QByteArray("host.only.interface=\n"), QByteArray("host.only.interface=a, b\n"),
-          QByteArray("host.only.interface=@ByteArray()\n")}) {
-        SCOPED_TRACE(absent.toStdString());
-        writeStore(user, "host.only.interface=vboxnet1\n");
-        writeStore(install, absent);
-        EXPECT_EQ(get(Interface).lines, QStringList{"value vboxnet1"});
-        EXPECT_EQ(read(install, Interface), "vboxnet1");
-        EXPECT_EQ(read(user, Interface), "vboxnet1");
+    // The user's value, the install store (null: no file) and the value that wins.
+    const QList<std::tuple<QByteArray, QByteArray, QString>> cases{
+        {"vboxnet0", "host.only.interface=vboxnet3\n", "vboxnet3"},
+        // An empty value, or a value whose text is empty (a list of two), does not win.
+        {"vboxnet1", "host.only.interface=\n", "vboxnet1"},
+        {"vboxnet1", "host.only.interface=a, b\n", "vboxnet1"},
+        {"vboxnet1", "host.only.interface=@ByteArray()\n", "vboxnet1"},
+        // A missing install file is an empty store, and the write-back creates it.
+        {"vboxnet5", QByteArray(), "vboxnet5"},
+    };
+    for (const auto &[userValue, installLines, winner] : cases) {
+        SCOPED_TRACE(installLines.toStdString());
+        writeStore(user, "host.only.interface=" + userValue + "\n");
+        writeStore(install, installLines);
+        EXPECT_EQ(get(Interface).lines, QStringList{"value " + winner});
+        EXPECT_EQ(read(user, Interface), winner);
+        EXPECT_EQ(read(install, Interface), winner);
     }
-
-    // A missing install file is an empty store, and the write-back creates it.
-    writeStore(user, "host.only.interface=vboxnet5\n");
-    writeStore(install, QByteArray());
-    EXPECT_EQ(get(Interface).lines, QStringList{"value vboxnet5"});
-    EXPECT_EQ(read(install, Interface), "vboxnet5");
 }
 
 TEST_F(SettingsTest, InterfaceKeyFoundNowhereGivesTheDefaultAndWritesAnEmptyValueEverywhere)

@@ -146,7 +146,9 @@ TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     EXPECT_EQ(phone->getResolution(), QSize(800, 1280));
     EXPECT_EQ(phone->getDensity(), "240");
     EXPECT_EQ(phone->getDeviceId(), "");
-    EXPECT_EQ(engine->getMachines().size(), 1);
+    const QList<VMToolsMachine *> listed = engine->getMachines();
+    EXPECT_EQ(listed.size(), 1);
+    qDeleteAll(listed);
 
     // Start headless, wait for the guest's address and form the ADB serial.
     ASSERT_TRUE(engine->startMachine(phone.get(), VMToolsMachine::HeadlessLaunch));

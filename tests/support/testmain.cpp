@@ -6,8 +6,14 @@
 #include <QDir>
 #include <QTemporaryDir>
 
+#include <unistd.h>
+
 int main(int argc, char **argv)
 {
+    // A process group of our own: an observer's cancel that finds no running child
+    // signals the caller's group (by design), and must never reach the test runner.
+    ::setpgid(0, 0);
+
     QTemporaryDir home(QDir::tempPath() + QStringLiteral("/vmtools-test-home-XXXXXX"));
     qputenv("HOME", QFile::encodeName(home.path()));
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.path() + QStringLiteral("/.config")));

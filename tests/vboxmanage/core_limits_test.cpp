@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QFile>
-
 namespace {
 
 QString hostinfo(int online, int cores)
@@ -42,8 +40,7 @@ TEST(CoreLimitsTest, CpuCountMultipliesCountsIsCappedAtEightAndLogsEachStep)
         {"Processor online count: 2\n",
          2,
          {tag + "Online physical CPU number: 2", tag + "No online virtual CPU found",
-          tag + "Max CPU number: 2"}},
-    };
+          tag + "Max CPU number: 2"}}};
     for (const Case &c : cases) {
         VBoxManageCore core;
         EXPECT_EQ(core.getMaxCpuCount(), 8u);

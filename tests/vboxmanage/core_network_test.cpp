@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QFile>
-
 namespace {
 
 QString dhcpRecord(const QString &name, const QString &enabled)
@@ -79,8 +77,7 @@ TEST(CoreNetworkTest, DhcpServerMustFitTheInterface)
         {iface, {server.networkName, at("254"), mask, at("101"), at("254")}, false},
         {{"vboxnet0", at("200"), mask}, server, false},
         {{"vboxnet0", at("101"), mask}, server, false},
-        {iface, {server.networkName, at("100"), QHostAddress(), at("101"), at("254")}, false},
-    };
+        {iface, {server.networkName, at("100"), QHostAddress(), at("101"), at("254")}, false}};
     VBoxManageCore core;
     for (const Case &c : cases) {
         LogCapture log;

@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QFile>
-
 #include <memory>
 
 namespace {
@@ -61,10 +59,10 @@ TEST(CoreRegistryTest, ListingKeepsOnlyOurMachinesInOrder)
         if (call[0] == "list" || (call[0] == "guestproperty" && call[2].contains('-')))
             engineCalls.append(call);
     }
-    EXPECT_EQ(engineCalls, (QList<QStringList>{{"list", "vms"},
-                                               {"guestproperty", "enumerate", PhoneUuid},
-                                               {"guestproperty", "enumerate", ForeignUuid},
-                                               {"guestproperty", "enumerate", TabletUuid}}));
+    QList<QStringList> expected{cmd("list vms")};
+    for (const QString &uuid : {PhoneUuid, ForeignUuid, TabletUuid})
+        expected << cmd("guestproperty enumerate " + uuid);
+    EXPECT_EQ(engineCalls, expected);
     EXPECT_TRUE(core.getMachines().isEmpty());
 }
 

@@ -8,8 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QFile>
-
 #include <memory>
 
 namespace {
@@ -54,14 +52,13 @@ void scriptCreation(StandIn &standIn)
                                       "'vboxnet7' could not be found\n")});
 }
 
-const QList<QStringList> CreationCalls = {
-    {"hostonlyif", "create"},
-    {"list", "hostonlyifs"},
-    {"hostonlyif", "ipconfig", "vboxnet1", "--ip", "192.168.57.1", "--netmask", "255.255.255.0"},
-    {"dhcpserver", "remove", "--ifname", "vboxnet1"},
-    {"dhcpserver", "add", "--ifname", "vboxnet1", "--ip", "192.168.57.100", "--netmask",
-     "255.255.255.0", "--lowerip", "192.168.57.101", "--upperip", "192.168.57.254", "--enable"},
-    {"--version"}};
+const QList<QStringList> CreationCalls =
+    cmds({"hostonlyif create", "list hostonlyifs",
+          "hostonlyif ipconfig vboxnet1 --ip 192.168.57.1 --netmask 255.255.255.0",
+          "dhcpserver remove --ifname vboxnet1",
+          "dhcpserver add --ifname vboxnet1 --ip 192.168.57.100 --netmask 255.255.255.0 "
+          "--lowerip 192.168.57.101 --upperip 192.168.57.254 --enable",
+          "--version"});
 
 struct Loaded
 {
@@ -74,6 +71,18 @@ Loaded load()
     Loaded loaded;
     loaded.engine.reset(VMToolsEngine::loadEngine(&loaded.info));
     return loaded;
+}
+
+// Start-up with `remembered` saved, on the scripted host where making vboxnet1 works unless
+// a rule added before this one says otherwise.
+Loaded startUp(StandIn &standIn, const QString &remembered, const QString &link = Up,
+               const QString &routes = Routed)
+{
+    Settings::set(Key, remembered);
+    scriptHost(standIn, link, routes);
+    scriptCreation(standIn);
+    standIn.onExact(HostInfo, {Answer::ok(recorded("core-hostinfo.txt"))});
+    return load();
 }
 
 } // namespace
@@ -97,13 +106,9 @@ TEST(CoreStartupTest, UnusableRememberedInterfaceIsReplaced)
     };
     for (const Case &c : cases) {
         SCOPED_TRACE((c.remembered + ' ' + c.link).toStdString());
-        Settings::set(Key, c.remembered);
         StandIn standIn;
-        scriptHost(standIn, c.link, c.routes);
-        scriptCreation(standIn);
-        standIn.onExact(HostInfo, {Answer::ok(recorded("core-hostinfo.txt"))});
         LogCapture log;
-        const Loaded loaded = load();
+        const Loaded loaded = startUp(standIn, c.remembered, c.link, c.routes);
         ASSERT_TRUE(loaded.engine);
         EXPECT_EQ(loaded.info.state, 0);
         EXPECT_EQ(standIn.calls(),
@@ -157,14 +162,10 @@ TEST(CoreStartupTest, FailedCreationDropsTheEngineAndEmptiesTheSetting)
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.critical.toStdString());
-        Settings::set(Key, QStringLiteral("vboxnet7"));
         StandIn standIn;
         standIn.onPrefix(c.failingCall, c.answers);
-        scriptHost(standIn);
-        scriptCreation(standIn);
-        standIn.onExact(HostInfo, {Answer::ok(recorded("core-hostinfo.txt"))});
         LogCapture log;
-        const Loaded loaded = load();
+        const Loaded loaded = startUp(standIn, "vboxnet7");
         EXPECT_FALSE(loaded.engine);
         EXPECT_EQ(loaded.info.state, c.state);
         EXPECT_EQ(loaded.info.message, c.state == 4 ? "vboxnet1" : "");
@@ -180,14 +181,11 @@ TEST(CoreStartupTest, FailedCreationDropsTheEngineAndEmptiesTheSetting)
 
 TEST(CoreStartupTest, OldInterfaceThatCannotBeRemovedStillGivesAnEngine)
 {
-    Settings::set(Key, QStringLiteral("vboxnet0"));
     StandIn standIn;
     standIn.onPrefix({"hostonlyif", "remove"}, {Answer::fail(1, "VBoxManage: error: busy\n")});
-    scriptHost(standIn, "3: vboxnet0: <BROADCAST,MULTICAST> state DOWN\n");
-    scriptCreation(standIn);
-    standIn.onExact(HostInfo, {Answer::ok(recorded("core-hostinfo.txt"))});
     LogCapture log;
-    const Loaded loaded = load();
+    const Loaded loaded =
+        startUp(standIn, "vboxnet0", "3: vboxnet0: <BROADCAST,MULTICAST> state DOWN\n");
     ASSERT_TRUE(loaded.engine);
     EXPECT_EQ(loaded.info.state, 3);
     EXPECT_EQ(loaded.info.message, "vboxnet0");

@@ -31,10 +31,10 @@ protected:
 
     QStringList cloneCall(const QString &name) const
     {
-        return {"clonevm", "phone",      "--mode",       "all",      "--name",
-                name,      "--register", "--basefolder", m_deployDir};
+        return cmd("clonevm phone --mode all --name " + name + " --register --basefolder " +
+                   m_deployDir);
     }
-    QStringList showVmInfo(const QString &name) const { return {"showvminfo", name}; }
+    QStringList showVmInfo(const QString &name) const { return cmd("showvminfo " + name); }
 
     NiceMock<MockMachine> m_source;
 };
@@ -54,15 +54,10 @@ TEST_F(CloneTest, CloneStartsFromTheFactorySnapshotAfterClearingLeftovers)
     EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", true), EngineResult::Success);
 
     EXPECT_EQ(m_standIn.calls(),
-              (QList<QStringList>{readFolder(),
-                                  switchToDeploy(),
-                                  showVmInfo("copy"),
-                                  closeMedium(leftover),
-                                  cloneCall("copy") + QStringList{"--snapshot", "factory-backup"},
-                                  switchBack(),
-                                  showVmInfo("copy"),
-                                  {"guestproperty", "enumerate", "copy"},
-                                  showVmInfo("copy")}));
+              (QList<QStringList>{
+                  readFolder(), switchToDeploy(), showVmInfo("copy"), closeMedium(leftover),
+                  cloneCall("copy") + QStringList{"--snapshot", "factory-backup"}, switchBack(),
+                  showVmInfo("copy"), cmd("guestproperty enumerate copy"), showVmInfo("copy")}));
     EXPECT_FALSE(QFileInfo::exists(m_deployDir + "copy"));
     EXPECT_TRUE(m_log.contains(
         QtDebugMsg, "[VBox] [Clone device] Device clone with success: \"phone\" to \"copy\""));
@@ -111,6 +106,15 @@ TEST_F(CloneTest, FailuresAreToldApartAndTheFolderIsRestored)
                   (QList<QStringList>{readFolder(), switchToDeploy(), showVmInfo("copy"),
                                       cloneCall("copy"), switchBack("default")}));
     }
+
+    // A folder that cannot be switched stops the clone before the backup is looked for.
+    m_standIn.clearRules();
+    m_standIn.clearCalls();
+    m_standIn.onExact(readFolder(), {Answer::ok("Default machine folder:          /x\n")});
+    m_standIn.onPrefix({"setproperty"}, {Answer::fail(1)});
+    EXPECT_CALL(m_source, canResetToFactory()).Times(0);
+    EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", true), EngineResult::CloneFailed);
+    EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{readFolder(), switchToDeploy()}));
 }
 
 TEST_F(CloneTest, FolderOfARegisteredDeviceIsNeverCleaned)
@@ -129,16 +133,6 @@ TEST_F(CloneTest, FolderOfARegisteredDeviceIsNeverCleaned)
               (QList<QStringList>{readFolder(), switchToDeploy(), cloneCall("phone"), switchBack(),
                                   readFolder(), switchToDeploy(), showVmInfo("tablet"),
                                   cloneCall("tablet"), switchBack()}));
-}
-
-TEST_F(CloneTest, FolderThatCannotBeSwitchedStopsTheClone)
-{
-    m_standIn.clearRules();
-    m_standIn.onExact(readFolder(), {Answer::ok("Default machine folder:          /x\n")});
-    m_standIn.onPrefix({"setproperty"}, {Answer::fail(1)});
-    EXPECT_CALL(m_source, canResetToFactory()).Times(0);
-    EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", true), EngineResult::CloneFailed);
-    EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{readFolder(), switchToDeploy()}));
 }
 
 TEST_F(CloneTest, UnsafeNamesAreRefusedBeforeAnyCommand)

@@ -69,32 +69,24 @@ protected:
 
     QList<QStringList> callsUpToImport() const
     {
-        QStringList import{
-            "import", "/apps/android.ova", "--vsys", "0", "--vmname", "phone", "--cpus",
-            "2",      "--memory",          "2048"};
+        QString import("import /apps/android.ova --vsys 0 --vmname phone --cpus 2 --memory 2048");
         int unit = 10;
         for (const char *disk :
              {"android_system_disk.vmdk", "android_data_disk.vmdk", "android_sdcard_disk.vmdk"})
-            import << "--vsys"
-                   << "0"
-                   << "--unit" << QString::number(unit++) << "--disk" << device(disk);
-        return {readFolder(), {"showvminfo", "phone"}, switchToDeploy(), import};
+            import += QStringLiteral(" --vsys 0 --unit %1 --disk %2").arg(unit++).arg(device(disk));
+        return {readFolder(), cmd("showvminfo phone"), switchToDeploy(), cmd(import)};
     }
 
     QList<QStringList> callsOfTheNewMachine() const
     {
-        const QStringList place{"storageattach", "phone", "--storagectl", "IDEController",
-                                "--port",        "1",     "--device",     "0"};
-        return {
-            {"showvminfo", "phone"},
-            {"guestproperty", "enumerate", "phone"},
-            {"showvminfo", "phone"},
-            {"showvminfo", "phone"},
-            place + QStringList{"--medium", "none"},
-            closeMedium(SdCardUuid),
-            {"showvminfo", "phone"},
-            {"createhd", "--filename", device("sdcard.vdi"), "--size", "512", "--format", "VDI"},
-            place + QStringList{"--type", "hdd", "--medium", device("sdcard.vdi")}};
+        const QString place("storageattach phone --storagectl IDEController --port 1 --device 0");
+        const QString sdCard = device("sdcard.vdi");
+        return cmds({"showvminfo phone", "guestproperty enumerate phone", "showvminfo phone",
+                     "showvminfo phone"}) +
+               QList<QStringList>{cmd(place + " --medium none"), closeMedium(SdCardUuid),
+                                  cmd("showvminfo phone"),
+                                  cmd("createhd --filename " + sdCard + " --size 512 --format VDI"),
+                                  cmd(place + " --type hdd --medium " + sdCard)};
     }
 
     int switchesBack() const { return m_standIn.calls().count(switchBack(m_currentFolder)); }
@@ -112,13 +104,11 @@ TEST_F(CreateTest, DeviceIsImportedGivenAnSdCardAndBoundToTheHostOnlyInterface)
 
     QList<QStringList> expected = callsUpToImport();
     expected.insert(2, closeMedium(leftover));
-    expected << callsOfTheNewMachine() << switchBack() << QStringList{"list", "hostonlyifs"}
-             << QStringList{"list", "dhcpservers"}
-             << QStringList{"modifyvm", "phone", "--nic1", "hostonly"}
-             << QStringList{"modifyvm", "phone", "--hostonlyadapter1", "vboxnet0"}
-             << QStringList{"modifyvm", "phone", "--nictype1", "virtio"}
-             << QStringList{"modifyvm", "phone", "--cableconnected1", "on"}
-             << QStringList{"guestproperty", "set", "phone", "quillomate_player_version", "1"};
+    expected << callsOfTheNewMachine() << switchBack();
+    expected << cmds({"list hostonlyifs", "list dhcpservers", "modifyvm phone --nic1 hostonly",
+                      "modifyvm phone --hostonlyadapter1 vboxnet0",
+                      "modifyvm phone --nictype1 virtio", "modifyvm phone --cableconnected1 on",
+                      "guestproperty set phone quillomate_player_version 1"});
     EXPECT_EQ(m_standIn.calls(), expected);
     EXPECT_FALSE(QFileInfo::exists(leftover));
     EXPECT_TRUE(m_log.texts(QtCriticalMsg).isEmpty());
@@ -153,13 +143,11 @@ TEST_F(CreateTest, EachFailurePutsTheFolderBackExactlyOnce)
         unsigned int code;
         int callsAfterImport; // -1: the import is never reached
     };
-    const QStringList createhd{"createhd"};
-    const QStringList attach{"storageattach", "phone",  "--storagectl",
-                             "IDEController", "--port", "1",
-                             "--device",      "0",      "--type"};
+    const QStringList attach = cmd("storageattach phone --storagectl IDEController --port 1 "
+                                   "--device 0 --type");
     const QList<Case> cases{{"switch", {"setproperty"}, EngineResult::CreationFailed, -1},
                             {"import", {"import"}, EngineResult::CreationFailed, 0},
-                            {"createhd", createhd, EngineResult::SdCardCreationFailed, 8},
+                            {"createhd", {"createhd"}, EngineResult::SdCardCreationFailed, 8},
                             {"attach", attach, EngineResult::SdCardAttachFailed, 9}};
     for (const Case &c : cases) {
         SCOPED_TRACE(c.what);
@@ -170,9 +158,8 @@ TEST_F(CreateTest, EachFailurePutsTheFolderBackExactlyOnce)
         EXPECT_EQ(create(), c.code);
         const QList<QStringList> calls = m_standIn.calls();
         if (c.callsAfterImport < 0) {
-            EXPECT_EQ(calls,
-                      (QList<QStringList>{
-                          readFolder(), {"showvminfo", "phone"}, switchToDeploy(), switchBack()}));
+            EXPECT_EQ(calls, (QList<QStringList>{readFolder(), cmd("showvminfo phone"),
+                                                 switchToDeploy(), switchBack()}));
             continue;
         }
         EXPECT_EQ(calls, callsUpToImport() + callsOfTheNewMachine().mid(0, c.callsAfterImport) +
@@ -187,7 +174,7 @@ TEST_F(CreateTest, MissingDeviceAndMissingNetworkAreReported)
     scriptAll();
     EXPECT_EQ(create(), EngineResult::CreationFailed);
     QList<QStringList> expected = callsUpToImport();
-    expected << QStringList{"showvminfo", "phone"} << switchBack();
+    expected << cmd("showvminfo phone") << switchBack();
     EXPECT_EQ(m_standIn.calls(), expected);
     EXPECT_TRUE(m_log.contains(
         QtCriticalMsg, "[VBox] Can't retrieve virtual device after its creation! \"phone\""));
@@ -201,8 +188,7 @@ TEST_F(CreateTest, MissingDeviceAndMissingNetworkAreReported)
     scriptAll();
     EXPECT_EQ(create(0), EngineResult::NoHostOnlyInterface);
     expected = callsUpToImport() + callsOfTheNewMachine().mid(0, 6);
-    expected << switchBack() << QStringList{"list", "hostonlyifs"}
-             << QStringList{"hostonlyif", "create"};
+    expected << switchBack() << cmds({"list hostonlyifs", "hostonlyif create"});
     EXPECT_EQ(m_standIn.calls(), expected);
 }
 

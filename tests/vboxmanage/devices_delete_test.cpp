@@ -32,14 +32,12 @@ TEST_F(DeleteTest, DeviceIsUnregisteredAndItsFolderRemovedWithItsMedia)
     m_standIn.onExact({"unregistervm", "phone", "--delete"}, {Answer::ok()});
     EXPECT_TRUE(m_core.deleteMachine(&m_machine));
 
-    EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{readFolder(),
-                                                     switchToDeploy(),
-                                                     closeMedium(disk("android_sdcard_disk.vmdk")),
-                                                     {"unregistervm", "phone", "--delete"},
-                                                     switchBack(),
-                                                     closeMedium(disk("android_sdcard_disk.vmdk")),
-                                                     closeMedium(disk("android_system_disk.vmdk")),
-                                                     closeMedium(disk("sdcard.vdi"))}));
+    EXPECT_EQ(m_standIn.calls(),
+              (QList<QStringList>{
+                  readFolder(), switchToDeploy(), closeMedium(disk("android_sdcard_disk.vmdk")),
+                  cmd("unregistervm phone --delete"), switchBack(),
+                  closeMedium(disk("android_sdcard_disk.vmdk")),
+                  closeMedium(disk("android_system_disk.vmdk")), closeMedium(disk("sdcard.vdi"))}));
     EXPECT_FALSE(QFileInfo::exists(m_deployDir + "phone"));
     EXPECT_TRUE(QFileInfo::exists(m_deployDir + "other/android_data_disk.vmdk"));
     const QStringList debug = m_log.texts(QtDebugMsg).filter("[VBox] [");

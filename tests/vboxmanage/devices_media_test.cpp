@@ -8,7 +8,7 @@ using ::testing::Return;
 
 using MediaTest = DevicesTest;
 
-TEST_F(MediaTest, SdCardIsCreatedInTheMachineFolderAndAttachedAtSecondaryMaster)
+TEST_F(MediaTest, SdCardIsCreatedInTheMachineFolderAndAttachedAtSecondaryMasterOrRefused)
 {
     NiceMock<MockMachine> machine;
     ON_CALL(machine, getPath()).WillByDefault(Return(m_deployDir + "phone/./"));
@@ -29,14 +29,14 @@ TEST_F(MediaTest, SdCardIsCreatedInTheMachineFolderAndAttachedAtSecondaryMaster)
               (QList<QStringList>{create + QStringList{"512", "--format", "VDI"},
                                   create + QStringList{"1024", "--format", "VDI"},
                                   create + QStringList{"64", "--format", "VDI"}}));
-}
 
-TEST_F(MediaTest, SdCardWithoutMachineFolderIsRefused)
-{
-    NiceMock<MockMachine> machine;
-    ON_CALL(machine, getName()).WillByDefault(Return("phone"));
-    EXPECT_CALL(machine, attachDisk).Times(0);
-    EXPECT_EQ(m_core.createSDCard(&machine, 512), EngineResult::SdCardCreationFailed);
+    // A device without a machine folder is refused before any command.
+    m_standIn.clearCalls();
+    m_log.clear();
+    NiceMock<MockMachine> homeless;
+    ON_CALL(homeless, getName()).WillByDefault(Return("phone"));
+    EXPECT_CALL(homeless, attachDisk).Times(0);
+    EXPECT_EQ(m_core.createSDCard(&homeless, 512), EngineResult::SdCardCreationFailed);
     EXPECT_TRUE(m_standIn.calls().isEmpty());
     EXPECT_EQ(m_log.texts(QtCriticalMsg),
               QStringList{"[VBox] [createSDCard] No folder for device \"phone\""});

@@ -18,7 +18,7 @@ const QString Routes = "default via 192.168.1.1 dev enp3s0 proto dhcp metric 100
 
 } // namespace
 
-TEST(InterfaceStatusTest, DownOrMissingInterfaceNeedsNoRouteTable)
+TEST(InterfaceStatusTest, DownOrMissingInterfaceNeedsNoRouteButAnUpOneARouteThroughIt)
 {
     StandIn standIn;
     standIn.onExact(AddrShow,
@@ -30,11 +30,9 @@ TEST(InterfaceStatusTest, DownOrMissingInterfaceNeedsNoRouteTable)
     EXPECT_EQ(getInterfaceStatus("vboxnet0", "192.168.56.1"), 3);
     EXPECT_EQ(standIn.calls(Ip), (QList<QStringList>{AddrShow, AddrShow}));
     EXPECT_TRUE(standIn.calls().isEmpty());
-}
 
-TEST(InterfaceStatusTest, UpInterfaceNeedsARouteThroughIt)
-{
-    StandIn standIn;
+    standIn.clearRules();
+    standIn.clearCalls();
     standIn.onExact(AddrShow, {Answer::ok(Up)}, Ip);
     standIn.onExact(
         Route,

@@ -5,8 +5,6 @@
 #include "standin.h"
 #include "vboxtest.h"
 
-#include <QFile>
-
 #include <gtest/gtest.h>
 
 namespace {
@@ -19,12 +17,12 @@ QString nic2(const QString &attachment)
 
 QStringList modify(const QString &option, const QString &value)
 {
-    return {"modifyvm", "phone", option, value};
+    return cmd("modifyvm phone " + option + ' ' + value);
 }
 
-const QStringList ShowVmInfo{"showvminfo", "phone"};
-const QStringList Bridgedifs{"list", "bridgedifs"};
-const QStringList IPGet{"guestproperty", "get", "phone", "tovalyn_ip_management"};
+const QStringList ShowVmInfo = cmd("showvminfo phone");
+const QStringList Bridgedifs = cmd("list bridgedifs");
+const QStringList IPGet = cmd("guestproperty get phone tovalyn_ip_management");
 
 // A machine "phone" built from the recorded description: NIC 1 host-only, NIC 2 NAT.
 class MachineNetworkTest : public ::testing::Test
@@ -86,7 +84,7 @@ TEST_F(MachineNetworkTest, ConnectionInfoLooksAtAdapterTwo)
                            "[VBox] vboxmanage command failed (\"showvminfo\", \"phone\")"}));
 }
 
-TEST_F(MachineNetworkTest, SetConnectionInfoNatOrNamedBridge)
+TEST_F(MachineNetworkTest, SetConnectionInfoNatOrBridgeNamedOrFirstHostInterface)
 {
     m_standIn.onPrefix({"modifyvm", "phone"}, {Answer::ok()});
     m_standIn.onExact(ShowVmInfo, {Answer::ok(nic2("Bridged Interface 'eth0'"))});
@@ -96,19 +94,19 @@ TEST_F(MachineNetworkTest, SetConnectionInfoNatOrNamedBridge)
     EXPECT_TRUE(m_machine->setConnectionInfo(
         VMToolsMachine::ConnectionInfo::createBridgedConnectionInfo("eth0")));
 
-    const QStringList bridge{"modifyvm", "phone", "--nic2", "bridged", "--bridgeadapter2", "eth0"};
-    EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{modify("--nic2", "nat"), bridge, ShowVmInfo}));
-}
+    EXPECT_EQ(m_standIn.calls(),
+              (QList<QStringList>{modify("--nic2", "nat"),
+                                  modify("--nic2", "bridged --bridgeadapter2 eth0"), ShowVmInfo}));
 
-TEST_F(MachineNetworkTest, BridgeWithoutNameFallsBackToTheFirstHostInterface)
-{
+    // A bridge without a name falls back to the first host interface, if there is one.
+    m_standIn.clearRules();
+    m_standIn.clearCalls();
     m_standIn.onPrefix({"modifyvm", "phone"}, {Answer::ok()});
     m_standIn.onExact(ShowVmInfo, {Answer::ok(nic2("Bridged Interface ''"))});
     m_standIn.onExact(Bridgedifs, {Answer::ok(recorded("machine-bridgedifs.txt")), Answer::ok()});
     const auto unnamed = VMToolsMachine::ConnectionInfo::createBridgedConnectionInfo("");
     const QList<QStringList> lookUp{modify("--nic2", "bridged"), ShowVmInfo, Bridgedifs};
-    const QStringList fallback{"modifyvm",         "phone", "--nic2", "bridged",
-                               "--bridgeadapter2", "enp3s0"};
+    const QStringList fallback = modify("--nic2", "bridged --bridgeadapter2 enp3s0");
     LogCapture log;
 
     EXPECT_TRUE(m_machine->setConnectionInfo(unnamed));
@@ -125,7 +123,7 @@ TEST_F(MachineNetworkTest, WaitForIPPollsUntilPublishedAndResetForgets)
     m_standIn.onExact(IPGet,
                       {Answer::ok("No value set!\n"), Answer::fail(1),
                        Answer::ok("Value: 192.168.56.101/24\n"), Answer::ok("No value set!\n")});
-    const QStringList reset{"guestproperty", "set", "phone", "tovalyn_ip_management"};
+    const QStringList reset = cmd("guestproperty set phone tovalyn_ip_management");
     m_standIn.onExact(reset, {Answer::fail(1), Answer::ok()});
 
     EXPECT_EQ(m_machine->waitForIP(), "192.168.56.101");

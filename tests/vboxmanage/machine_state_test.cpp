@@ -4,8 +4,6 @@
 #include "standin.h"
 #include "vboxtest.h"
 
-#include <QFile>
-
 #include <gtest/gtest.h>
 
 namespace {
@@ -16,8 +14,8 @@ QString property(const QString &key, const QString &value)
         .arg(key, value);
 }
 
-const QStringList Enumerate{"guestproperty", "enumerate", "phone"};
-const QStringList ShowVmInfo{"showvminfo", "phone"};
+const QStringList Enumerate = cmd("guestproperty enumerate phone");
+const QStringList ShowVmInfo = cmd("showvminfo phone");
 
 } // namespace
 
@@ -111,8 +109,8 @@ TEST(MachineStateTest, MemoryAndCPUChangesRetryWhileTheMachineIsLocked)
     standIn.onExact(ShowVmInfo, {Answer::ok(recorded("machine-showvminfo.txt"))});
     const Answer locked = Answer::fail(1, "VBoxManage: error: The machine 'phone' is already "
                                           "locked for a session (or being unlocked)\n");
-    const QStringList memory{"modifyvm", "phone", "--memory", "3072"};
-    const QStringList cpus{"modifyvm", "phone", "--cpus", "4"};
+    const QStringList memory = cmd("modifyvm phone --memory 3072");
+    const QStringList cpus = cmd("modifyvm phone --cpus 4");
     standIn.onExact(memory, {locked, locked, Answer::ok()});
     standIn.onExact(cpus, {locked});
     VBoxManageMachine machine("u", "phone", "VBoxManage");

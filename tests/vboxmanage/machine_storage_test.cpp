@@ -13,9 +13,9 @@
 
 namespace {
 
-const QStringList ShowVmInfo{"showvminfo", "phone"};
-const QStringList List{"snapshot", "phone", "list"};
-const QStringList Restore{"snapshot", "phone", "restore", "factory-backup"};
+const QStringList ShowVmInfo = cmd("showvminfo phone");
+const QStringList List = cmd("snapshot phone list");
+const QStringList Restore = cmd("snapshot phone restore factory-backup");
 
 // A machine "phone" built from the recorded description.
 class MachineStorageTest : public ::testing::Test
@@ -70,9 +70,8 @@ TEST_F(MachineStorageTest, FactoryResetNeedsTheExactBackupName)
 
 TEST_F(MachineStorageTest, BackupIsTakenAndRestored)
 {
-    const QStringList take{"snapshot",      "phone",
-                           "take",          "factory-backup",
-                           "--description", "Initial snapshot to reset factory state"};
+    const QStringList take = cmd("snapshot phone take factory-backup --description")
+                             << "Initial snapshot to reset factory state";
     m_standIn.onExact(take, {Answer::ok("Snapshot taken. UUID: 9b2c4d6e\n"), Answer::fail(1)});
     m_standIn.onExact(List, {Answer::ok(recorded("machine-snapshot-list.txt"))});
     m_standIn.onExact(Restore, {Answer::fail(1, "VBoxManage: error: locked\n"), Answer::ok()});
@@ -94,16 +93,10 @@ TEST_F(MachineStorageTest, BackupIsTakenAndRestored)
 
 TEST_F(MachineStorageTest, DisksAreFoundAttachedAndDeletedByPlace)
 {
-    const QStringList place{"storageattach", "phone", "--storagectl", "IDEController",
-                            "--port",        "1",     "--device",     "0"};
-    const QStringList attach = QStringList(place) << "--type"
-                                                  << "hdd"
-                                                  << "--medium"
-                                                  << "/a/c/disk.vdi";
-    const QStringList detach = QStringList(place) << "--medium"
-                                                  << "none";
-    const QStringList close{"closemedium", "disk", "3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e",
-                            "--delete"};
+    const QString place("storageattach phone --storagectl IDEController --port 1 --device 0");
+    const QStringList attach = cmd(place + " --type hdd --medium /a/c/disk.vdi");
+    const QStringList detach = cmd(place + " --medium none");
+    const QStringList close = cmd("closemedium disk 3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e --delete");
     m_standIn.onExact(attach, {Answer::ok()});
     m_standIn.onExact(detach, {Answer::ok(), Answer::fail(1), Answer::ok()});
     m_standIn.onExact(close, {Answer::fail(1), Answer::ok()});
