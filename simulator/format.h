@@ -72,6 +72,7 @@ protected:
     virtual QString vmStorage(HostState &host, const Machine &machine) const;
     QString vmNics(const Machine &machine) const;
     virtual QString vmTail(const Machine &machine) const;
+    QString legacyDevices() const;
     QString snapshotTree(const std::vector<Snapshot> &list, const QString &current,
                          const QString &prefix) const;
     virtual QString snapshotDescription(const QString &prefix, const QString &text) const;

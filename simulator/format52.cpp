@@ -351,7 +351,8 @@ QString Format::vmNics(const Machine &m) const
     return t;
 }
 
-QString Format::vmTail(const Machine &m) const
+// Input devices and ports, printed alike by every version.
+QString Format::legacyDevices() const
 {
     QString t;
     t += field("Pointing Device:", "USB Tablet");
@@ -362,6 +363,13 @@ QString Format::vmTail(const Machine &m) const
     t += field("UART 4:", "disabled");
     t += field("LPT 1:", "disabled");
     t += field("LPT 2:", "disabled");
+    return t;
+}
+
+QString Format::vmTail(const Machine &m) const
+{
+    QString t;
+    t += legacyDevices();
     t += field("Audio:", "enabled (Driver: PulseAudio, Controller: AC97, Codec: STAC9700)");
     t += field("Clipboard Mode:", "disabled");
     t += field("Drag and drop Mode:", "disabled");

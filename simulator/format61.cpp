@@ -114,14 +114,7 @@ QString Format61::vmHead(const HostState &host, const Machine &m) const
 QString Format61::vmTail(const Machine &m) const
 {
     QString t;
-    t += field("Pointing Device:", "USB Tablet");
-    t += field("Keyboard Device:", "PS/2 Keyboard");
-    t += field("UART 1:", "disabled");
-    t += field("UART 2:", "disabled");
-    t += field("UART 3:", "disabled");
-    t += field("UART 4:", "disabled");
-    t += field("LPT 1:", "disabled");
-    t += field("LPT 2:", "disabled");
+    t += legacyDevices();
     t += field("Audio:", "enabled (Driver: PulseAudio, Controller: AC97, Codec: STAC9700)");
     t += field("Audio playback:", "enabled");
     t += field("Audio capture:", "disabled");
