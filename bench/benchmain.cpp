@@ -1,6 +1,8 @@
 // Benchmark entry point: a QCoreApplication and a home of the run's own (the operations
 // write settings and device folders), the plug-in's log lines swallowed so that only the
 // reports reach the terminal, and the targets' ratios printed after the usual report.
+// Repetitions are interleaved at random unless the command line says otherwise, so that a
+// busy spell of the machine falls on different benchmarks rather than on one size.
 #include "summary.h"
 
 #include <benchmark/benchmark.h>
@@ -8,6 +10,8 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QTemporaryDir>
+
+#include <vector>
 
 namespace {
 
@@ -26,8 +30,12 @@ int main(int argc, char **argv)
     QCoreApplication app(argc, argv);
     qInstallMessageHandler(dropMessage);
 
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+    std::vector<char *> arguments(argv, argv + argc);
+    char interleave[] = "--benchmark_enable_random_interleaving=true";
+    arguments.insert(arguments.begin() + 1, interleave); // a later one on the line wins
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    if (benchmark::ReportUnrecognizedArguments(count, arguments.data()))
         return 1;
     SummaryReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -1,8 +1,9 @@
-// Whole engine operations against the stand-in answering at once. Each iteration's calls
-// are taken from the stand-in's call log and run again as bare spawns of the same stand-in;
-// that time is the children's share. What remains of the operation's time is the
-// library's own.
+// Whole engine operations against the stand-in answering at once. Within each operation
+// the time spent in its child runs is clocked (runclock.h); what remains is the library's
+// own. The same calls are then run again as bare spawns of the same stand-in, which shows
+// what the runner adds to the runs themselves.
 #include "barespawn.h"
+#include "runclock.h"
 #include "samples.h"
 #include "standin.h"
 #include "vboxmanagecore.h"
@@ -16,7 +17,6 @@
 #include <QTemporaryDir>
 
 #include <chrono>
-#include <ctime>
 #include <functional>
 
 namespace {
@@ -28,52 +28,48 @@ double secondsSince(Clock::time_point start)
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// CPU time of this process: its own work, none of the children's.
-double processCpuSeconds()
-{
-    timespec now{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
 // Runs `operation` once per iteration after `script` has (re)written the stand-in's rules;
 // only the operation is timed. Right after it, outside the timing, the calls it made are
-// run again as bare spawns, so that both sides meet the same load of the machine.
+// run again as bare spawns, so that both meet the same load of the machine.
 // `operation` returns false when it did not succeed.
 void measureOperation(benchmark::State &state, StandIn &standIn,
                       const std::function<void()> &script, const std::function<bool()> &operation)
 {
-    double cpuSeconds = 0;
-    double childSeconds = 0;
+    double inRunsSeconds = 0;
+    double bareSeconds = 0;
     int vboxManageRuns = 0;
     int otherRuns = 0;
     for (auto _ : state) {
         standIn.clearRules();
         script();
         standIn.clearCalls();
-        const double cpuStart = processCpuSeconds();
+        RunClock::reset();
         const Clock::time_point start = Clock::now();
         const bool succeeded = operation();
         state.SetIterationTime(secondsSince(start));
-        cpuSeconds += processCpuSeconds() - cpuStart;
+        inRunsSeconds += RunClock::seconds();
         if (!succeeded) {
             state.SkipWithError("the operation failed against the stand-in");
             return;
         }
 
         const QList<ToolCall> calls = standIn.allCalls();
+        if (RunClock::runs() != calls.size()) {
+            state.SkipWithError("a run was not clocked: check the --wrap names");
+            return;
+        }
         const Clock::time_point replay = Clock::now();
         for (const ToolCall &call : calls)
             BareSpawn::run(call.tool, call.args);
-        childSeconds += secondsSince(replay);
+        bareSeconds += secondsSince(replay);
         for (const ToolCall &call : calls)
             ++(call.tool == QLatin1String("VBoxManage") ? vboxManageRuns : otherRuns);
     }
     const double iterations = static_cast<double>(state.iterations());
     state.counters["vboxmanage_runs"] = vboxManageRuns / iterations;
     state.counters["other_runs"] = otherRuns / iterations;
-    state.counters["child_ms"] = childSeconds * 1e3 / iterations;
-    state.counters["cpu_ms"] = cpuSeconds * 1e3 / iterations;
+    state.counters["in_runs_ms"] = inRunsSeconds * 1e3 / iterations;
+    state.counters["bare_ms"] = bareSeconds * 1e3 / iterations;
 }
 
 void scriptHostNetwork(StandIn &standIn)

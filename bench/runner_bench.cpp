@@ -1,4 +1,6 @@
 // The command runner against the bare minimum that any runner must do with the same child.
+// The variants take turns within each iteration, so that a change in the machine's load
+// weighs on all of them alike and their ratio stays fair on a busy machine.
 #include "barespawn.h"
 #include "standin.h"
 
@@ -6,54 +8,86 @@
 
 #include <benchmark/benchmark.h>
 
+#include <chrono>
+#include <ctime>
+
 namespace {
 
 const QString Program = QStringLiteral("VBoxManage");
 const QStringList Arguments{QStringLiteral("--version")};
 
-void scriptVersion(StandIn &standIn)
+using Clock = std::chrono::steady_clock;
+
+// CPU time of this process: its own work, none of the children's.
+double processCpuSeconds()
 {
+    timespec now{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+struct Variant
+{
+    const char *name;
+    bool (*run)();
+    double seconds = 0;
+    double cpuSeconds = 0;
+};
+
+bool runnerCall()
+{
+    return VBoxManageCommon::call(Program, Arguments).exitCode == 0;
+}
+
+bool bareSpawn()
+{
+    return BareSpawn::run(Program, Arguments) == 0;
+}
+
+bool bareFork()
+{
+    return BareSpawn::runForked(Program, Arguments) == 0;
+}
+
+// Times one run of the variant; false when the child failed.
+bool timeRun(Variant &variant)
+{
+    const double cpuStart = processCpuSeconds();
+    const Clock::time_point start = Clock::now();
+    const bool succeeded = variant.run();
+    variant.seconds += std::chrono::duration<double>(Clock::now() - start).count();
+    variant.cpuSeconds += processCpuSeconds() - cpuStart;
+    return succeeded;
+}
+
+// The benchmark's own time is the runner's; the counters carry every variant per run.
+void runnerAgainstBare(benchmark::State &state)
+{
+    StandIn standIn;
     standIn.onExact(Arguments, {Answer::ok(QStringLiteral("5.2.44r139111\n"))});
-}
-
-void runnerCall(benchmark::State &state)
-{
-    StandIn standIn;
-    scriptVersion(standIn);
+    Variant variants[] = {{"call", runnerCall}, {"bare", bareSpawn}, {"fork", bareFork}};
     for (auto _ : state) {
-        const VBoxManageCommon::CallResult result = VBoxManageCommon::call(Program, Arguments);
-        if (result.exitCode != 0) {
-            state.SkipWithError("the stand-in failed");
-            break;
+        const double callBefore = variants[0].seconds;
+        for (Variant &variant : variants) {
+            if (!timeRun(variant)) {
+                state.SkipWithError("the stand-in failed");
+                return;
+            }
         }
-        benchmark::DoNotOptimize(result.output.size());
+        state.SetIterationTime(variants[0].seconds - callBefore);
     }
-}
-
-void bareSpawn(benchmark::State &state, int (*spawn)(const QString &, const QStringList &))
-{
-    StandIn standIn;
-    scriptVersion(standIn);
-    for (auto _ : state) {
-        if (spawn(Program, Arguments) != 0) {
-            state.SkipWithError("the stand-in failed");
-            break;
-        }
+    const double iterations = static_cast<double>(state.iterations());
+    for (const Variant &variant : variants) {
+        const std::string name = variant.name;
+        state.counters[name + "_ms"] = variant.seconds * 1e3 / iterations;
+        state.counters[name + "_cpu_ms"] = variant.cpuSeconds * 1e3 / iterations;
     }
 }
 
 const bool registered = [] {
-    benchmark::RegisterBenchmark("runner/call", runnerCall)
-        ->UseRealTime()
-        ->MinTime(2.0)
-        ->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark("runner/bare_spawn", bareSpawn, BareSpawn::run)
-        ->UseRealTime()
-        ->MinTime(2.0)
-        ->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark("runner/bare_fork", bareSpawn, BareSpawn::runForked)
-        ->UseRealTime()
-        ->MinTime(2.0)
+    benchmark::RegisterBenchmark("runner/call", runnerAgainstBare)
+        ->UseManualTime()
+        ->MinTime(4.0)
         ->Unit(benchmark::kMillisecond);
     return true;
 }();

@@ -4,9 +4,11 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
-// Shows the usual console report and keeps every run, so that the ratios the targets are
-// stated in can be printed once all benchmarks are done.
+// Shows the usual console report, sorted and with only the median of a repeated benchmark,
+// and keeps every run, so that the ratios the targets are stated in can be printed once
+// all benchmarks are done.
 class SummaryReporter final : public benchmark::ConsoleReporter
 {
 public:
@@ -23,15 +25,20 @@ public:
     SummaryReporter();
 
     void ReportRuns(const std::vector<Run> &runs) override;
+    void Finalize() override;
 
     // Prints the targets' ratios for whatever benchmarks ran (a filter may leave some out).
     void printSummary() const;
 
 private:
+    void record(const Run &run);
+    static Result medianOf(const std::vector<Result> &samples);
     const Result *find(const std::string &name) const;
     void printRunner() const;
     void printParsers() const;
     void printOperations() const;
 
-    std::map<std::string, Result> m_results;
+    std::vector<Run> m_shown; // printed together, in order, when all have run
+    std::map<std::string, std::vector<Result>> m_samples;
+    std::map<std::string, Result> m_results; // the medians of m_samples
 };
