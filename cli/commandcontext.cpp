@@ -91,6 +91,15 @@ std::unique_ptr<VMToolsMachine> CommandContext::machine(const QString &name, int
     return machine;
 }
 
+std::function<int(CommandContext &)> onNamedDevice(DeviceBody body)
+{
+    return [body](CommandContext &c) {
+        int code = ExitCode::Success;
+        const auto machine = c.machine(c.argument(0), &code);
+        return machine ? body(c, *machine) : code;
+    };
+}
+
 // Devices carry the screen-mode property from their appliance on, as the engine's own
 // listing expects; other machines of the user must never be changed or deleted here.
 bool CommandContext::isDevice(const VMToolsMachine &machine)

@@ -65,6 +65,11 @@ private:
     LoadStateInfo m_loadState;
 };
 
+// The body of a command that acts on the device its first argument names, wrapped so that
+// the device is looked up, and its absence reported, before the body runs.
+using DeviceBody = int (*)(CommandContext &c, VMToolsMachine &machine);
+std::function<int(CommandContext &)> onNamedDevice(DeviceBody body);
+
 // Why a name cannot name a device (it would leave the device's own folder, or is
 // unusable as a file name); empty when it can.
 QString deviceNameProblem(const QString &name);

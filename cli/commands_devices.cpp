@@ -70,28 +70,24 @@ QJsonObject profileJson(VMToolsMachine &machine, TextFormat::Fields *fields)
     return profile;
 }
 
-int show(CommandContext &c)
+int show(CommandContext &c, VMToolsMachine &machine)
 {
-    int code = ExitCode::Success;
-    const auto machine = c.machine(c.argument(0), &code);
-    if (!machine)
-        return code;
-    if (!c.step(QStringLiteral("Reading %1").arg(machine->getName())))
+    if (!c.step(QStringLiteral("Reading %1").arg(machine.getName())))
         return c.interrupted();
-    const QString state = ResultWords::state(machine->getStatus());
-    const QString folder = machine->getPath();
-    const QString address = machine->getIPAddress();
-    const QString serial = address == UnknownAddress ? QString() : machine->getAdbSerial();
-    const bool factoryBackup = machine->canResetToFactory();
-    const QString adapter1 = VMToolsMachine::getAdapterTypeString(machine->getAdapterType(1));
-    const VMToolsMachine::ConnectionInfo connection = machine->getConnectionInfo();
-    const QString sdCard = machine->getDiskUuid(SecondaryPort, MasterDevice);
+    const QString state = ResultWords::state(machine.getStatus());
+    const QString folder = machine.getPath();
+    const QString address = machine.getIPAddress();
+    const QString serial = address == UnknownAddress ? QString() : machine.getAdbSerial();
+    const bool factoryBackup = machine.canResetToFactory();
+    const QString adapter1 = VMToolsMachine::getAdapterTypeString(machine.getAdapterType(1));
+    const VMToolsMachine::ConnectionInfo connection = machine.getConnectionInfo();
+    const QString sdCard = machine.getDiskUuid(SecondaryPort, MasterDevice);
     c.stepDone();
 
     const QString network = ResultWords::connection(connection.type());
     TextFormat::Fields fields{
-        {QStringLiteral("Name"), machine->getName()},
-        {QStringLiteral("UUID"), machine->getUuid()},
+        {QStringLiteral("Name"), machine.getName()},
+        {QStringLiteral("UUID"), machine.getUuid()},
         {QStringLiteral("State"), state},
         {QStringLiteral("Folder"), folder},
         {QStringLiteral("IP address"),
@@ -105,10 +101,10 @@ int show(CommandContext &c)
         {QStringLiteral("SD-card disk"), sdCard.isEmpty() ? QStringLiteral("(none)") : sdCard},
     };
     TextFormat::Fields profileFields;
-    const QJsonObject profile = profileJson(*machine, &profileFields);
+    const QJsonObject profile = profileJson(machine, &profileFields);
     const QJsonObject json{
-        {QStringLiteral("name"), machine->getName()},
-        {QStringLiteral("uuid"), machine->getUuid()},
+        {QStringLiteral("name"), machine.getName()},
+        {QStringLiteral("uuid"), machine.getUuid()},
         {QStringLiteral("state"), state},
         {QStringLiteral("folder"), folder},
         {QStringLiteral("ipAddress"), address},
@@ -310,7 +306,7 @@ QList<Command> deviceCommands()
                         1,
                         {},
                         true,
-                        show};
+                        onNamedDevice(show)};
     Command createCommand{
         QStringLiteral("create"),
         QStringLiteral("Create a device from an appliance (OVA)"),

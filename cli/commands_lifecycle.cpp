@@ -11,14 +11,10 @@ namespace {
 
 const QString UnknownAddress = QStringLiteral("0.0.0.0");
 
-int start(CommandContext &c)
+int start(CommandContext &c, VMToolsMachine &machine)
 {
-    int code = ExitCode::Success;
-    const auto machine = c.machine(c.argument(0), &code);
-    if (!machine)
-        return code;
-    const QString name = machine->getName();
-    if (machine->getOnLoadStatus() == VMToolsMachine::On)
+    const QString name = machine.getName();
+    if (machine.getOnLoadStatus() == VMToolsMachine::On)
         return c.out().done({{QStringLiteral("name"), name},
                              {QStringLiteral("state"), QStringLiteral("running")},
                              {QStringLiteral("alreadyRunning"), true}},
@@ -26,7 +22,7 @@ int start(CommandContext &c)
     const bool gui = c.options().isSet(QStringLiteral("gui"));
     if (!c.step(QStringLiteral("Starting %1").arg(name)))
         return c.interrupted();
-    if (!c.engine()->startMachine(machine.get(),
+    if (!c.engine()->startMachine(&machine,
                                   gui ? VMToolsMachine::GuiLaunch : VMToolsMachine::HeadlessLaunch))
         return c.fail(QStringLiteral("%1 could not be started").arg(name));
     c.stepDone();
@@ -37,14 +33,10 @@ int start(CommandContext &c)
                             .arg(name, gui ? QStringLiteral("gui") : QStringLiteral("headless")));
 }
 
-int stop(CommandContext &c)
+int stop(CommandContext &c, VMToolsMachine &machine)
 {
-    int code = ExitCode::Success;
-    const auto machine = c.machine(c.argument(0), &code);
-    if (!machine)
-        return code;
-    const QString name = machine->getName();
-    const VMToolsMachine::State state = machine->getOnLoadStatus();
+    const QString name = machine.getName();
+    const VMToolsMachine::State state = machine.getOnLoadStatus();
     if (state == VMToolsMachine::Off || state == VMToolsMachine::Aborted)
         return c.out().done({{QStringLiteral("name"), name},
                              {QStringLiteral("state"), ResultWords::state(state)},
@@ -52,7 +44,7 @@ int stop(CommandContext &c)
                             QStringLiteral("%1 is not running.").arg(name));
     if (!c.step(QStringLiteral("Stopping %1").arg(name)))
         return c.interrupted();
-    if (!c.engine()->stopMachine(machine.get()))
+    if (!c.engine()->stopMachine(&machine))
         return c.fail(QStringLiteral("%1 could not be stopped").arg(name));
     c.stepDone();
     return c.out().done({{QStringLiteral("name"), name},
@@ -61,64 +53,52 @@ int stop(CommandContext &c)
                         QStringLiteral("Stopped %1.").arg(name));
 }
 
-int check(CommandContext &c)
+int check(CommandContext &c, VMToolsMachine &machine)
 {
-    int code = ExitCode::Success;
-    const auto machine = c.machine(c.argument(0), &code);
-    if (!machine)
-        return code;
-    const QString name = machine->getName();
-    if (machine->getOnLoadStatus() == VMToolsMachine::On)
+    const QString name = machine.getName();
+    if (machine.getOnLoadStatus() == VMToolsMachine::On)
         return c.fail(QStringLiteral("%1 is running; stop it before checking it").arg(name));
     if (!c.step(QStringLiteral("Starting and stopping %1").arg(name)))
         return c.interrupted();
-    if (!c.engine()->startStopDevice(machine.get()))
+    if (!c.engine()->startStopDevice(&machine))
         return c.fail(QStringLiteral("%1 failed the start-and-stop check").arg(name));
     c.stepDone();
     return c.out().done({{QStringLiteral("name"), name}, {QStringLiteral("works"), true}},
                         QStringLiteral("%1 started and stopped: it works.").arg(name));
 }
 
-int waitIp(CommandContext &c)
+int waitIp(CommandContext &c, VMToolsMachine &machine)
 {
-    int code = ExitCode::Success;
-    const auto machine = c.machine(c.argument(0), &code);
-    if (!machine)
-        return code;
-    const QString name = machine->getName();
-    if (machine->getOnLoadStatus() != VMToolsMachine::On)
+    const QString name = machine.getName();
+    if (machine.getOnLoadStatus() != VMToolsMachine::On)
         return c.fail(QStringLiteral("%1 is not running; start it first").arg(name));
     if (!c.step(QStringLiteral("Waiting for the address of %1").arg(name)))
         return c.interrupted();
     // Only reads from VirtualBox: Ctrl-C may drop it at once.
     c.interruption().setAbortable(true);
-    const QString address = machine->waitForIP();
+    const QString address = machine.waitForIP();
     c.interruption().setAbortable(false);
     c.stepDone();
     if (address == UnknownAddress)
         return c.fail(QStringLiteral("%1 published no address within 20 seconds").arg(name));
-    const QString serial = machine->getAdbSerial();
+    const QString serial = machine.getAdbSerial();
     return c.out().done({{QStringLiteral("name"), name},
                          {QStringLiteral("ipAddress"), address},
                          {QStringLiteral("adbSerial"), serial}},
                         serial);
 }
 
-int factoryBackup(CommandContext &c)
+int factoryBackup(CommandContext &c, VMToolsMachine &machine)
 {
-    int code = ExitCode::Success;
-    const auto machine = c.machine(c.argument(0), &code);
-    if (!machine)
-        return code;
-    const QString name = machine->getName();
+    const QString name = machine.getName();
     if (!c.step(QStringLiteral("Looking for the factory backup of %1").arg(name)))
         return c.interrupted();
     // A second snapshot of the same name would shadow the first one.
-    if (machine->canResetToFactory())
+    if (machine.canResetToFactory())
         return c.fail(QStringLiteral("%1 already has a factory backup").arg(name));
     if (!c.step(QStringLiteral("Taking the factory backup of %1").arg(name)))
         return c.interrupted();
-    if (!machine->createFactoryBackup())
+    if (!machine.createFactoryBackup())
         return c.fail(
             QStringLiteral("VirtualBox could not take the factory backup of %1").arg(name));
     c.stepDone();
@@ -126,16 +106,12 @@ int factoryBackup(CommandContext &c)
                         QStringLiteral("Took the factory backup of %1.").arg(name));
 }
 
-int factoryReset(CommandContext &c)
+int factoryReset(CommandContext &c, VMToolsMachine &machine)
 {
-    int code = ExitCode::Success;
-    const auto machine = c.machine(c.argument(0), &code);
-    if (!machine)
-        return code;
-    const QString name = machine->getName();
+    const QString name = machine.getName();
     if (!c.step(QStringLiteral("Resetting %1 to its factory state").arg(name)))
         return c.interrupted();
-    const int result = machine->resetFactory();
+    const int result = machine.resetFactory();
     c.stepDone();
     if (result != 0)
         return c.out().fail(ResultWords::factoryReset(result), ExitCode::Failure,
@@ -160,7 +136,7 @@ QList<Command> lifecycleCommands()
                          1,
                          {{QStringLiteral("gui"), QStringLiteral("Show the device in a window.")}},
                          true,
-                         start};
+                         onNamedDevice(start)};
     Command stopCommand{QStringLiteral("stop"),
                         QStringLiteral("Power a device off"),
                         QString(),
@@ -169,7 +145,7 @@ QList<Command> lifecycleCommands()
                         1,
                         {},
                         true,
-                        stop};
+                        onNamedDevice(stop)};
     Command checkCommand{QStringLiteral("check"),
                          QStringLiteral("Start a device headless and stop it, to prove it runs"),
                          QString(),
@@ -178,7 +154,7 @@ QList<Command> lifecycleCommands()
                          1,
                          {},
                          true,
-                         check};
+                         onNamedDevice(check)};
     Command waitCommand{QStringLiteral("wait-ip"),
                         QStringLiteral("Wait for a running device's address; print its ADB "
                                        "serial"),
@@ -189,7 +165,7 @@ QList<Command> lifecycleCommands()
                         1,
                         {},
                         true,
-                        waitIp};
+                        onNamedDevice(waitIp)};
     Command backupCommand{QStringLiteral("factory-backup"),
                           QStringLiteral("Take the snapshot that a factory reset returns to"),
                           QString(),
@@ -198,7 +174,7 @@ QList<Command> lifecycleCommands()
                           1,
                           {},
                           true,
-                          factoryBackup};
+                          onNamedDevice(factoryBackup)};
     Command resetCommand{QStringLiteral("factory-reset"),
                          QStringLiteral("Return a device to its factory backup"),
                          QString(),
@@ -207,7 +183,7 @@ QList<Command> lifecycleCommands()
                          1,
                          {},
                          true,
-                         factoryReset};
+                         onNamedDevice(factoryReset)};
     return {startCommand, stopCommand, checkCommand, waitCommand, backupCommand, resetCommand};
 }
 
