@@ -264,6 +264,8 @@ bool VBoxManageCore::deleteHostOnlyInterface(const QString &name)
             return true;
         // An interface that is already gone is as good as removed.
         if (result.error.contains(QLatin1String("could not be found"))) {
+            // Names the engine's current interface, not the one removed: hosts match
+            // this line as it has always read.
             VBoxLog::debug() << "[deleteHostOnlyInterface]" << m_adapterName
                              << "could not be found";
             return true;

@@ -6,19 +6,6 @@
 using ::testing::NiceMock;
 using ::testing::Return;
 
-namespace {
-
-QString description(const QString &name)
-{
-    return QStringLiteral("Name:            %1\n"
-                          "UUID:            0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11\n"
-                          "Config file:     /vms/%1/%1.vbox\n"
-                          "State:           powered off (since 2024-06-03T09:14:07.512000000)\n")
-        .arg(name);
-}
-
-} // namespace
-
 class CloneTest : public DevicesTest
 {
 protected:
@@ -70,12 +57,8 @@ TEST_F(CloneTest, FactoryBackupIsAskedForOnlyWhenWantedAndUsedOnlyWhenPresent)
     EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", true), EngineResult::Success);
     EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", false), EngineResult::Success);
 
-    QList<QStringList> clones;
-    for (const QStringList &call : m_standIn.calls()) {
-        if (call.first() == "clonevm")
-            clones << call;
-    }
-    EXPECT_EQ(clones, (QList<QStringList>{cloneCall("copy"), cloneCall("copy")}));
+    // Neither asks for the snapshot.
+    EXPECT_EQ(m_standIn.calls().count(cloneCall("copy")), 2);
     // The clone could not be found afterwards: still a success, with a critical line.
     EXPECT_TRUE(m_log.contains(
         QtCriticalMsg,

@@ -70,13 +70,8 @@ TEST_F(DeleteTest, DangerousNamesAndFoldersAreRefusedBeforeAnythingChanges)
 {
     m_standIn.onPrefix({"unregistervm"}, {Answer::ok()});
     const QStringList before = tree();
-    const QStringList dangerousFolders{"",
-                                       m_root.path(),
-                                       m_deployDir,
-                                       QDir::homePath(),
-                                       Paths::getQuillomatePath(),
-                                       m_deployDir + "phone/..",
-                                       UserFolder,
+    // The home, product and deploy folders themselves are refused in the clean-up test below.
+    const QStringList dangerousFolders{"", m_root.path(), m_deployDir + "phone/..", UserFolder,
                                        "/home/u"};
     for (const QString &folder : dangerousFolders) {
         NiceMock<MockMachine> machine;

@@ -1,36 +1,21 @@
 // A host's view of the plug-in: the engine comes from bin/plugins through the loader and
 // everything after that goes through the two virtual interfaces only.
-#include "logcapture.h"
-#include "printers.h"
-#include "standin.h"
 #include "vboxtest.h"
 
 #include <vmtools/settings.h>
 #include <vmtools/vmtoolsengine.h>
 
-#include <gtest/gtest.h>
-
-#include <memory>
-
 namespace {
 
-const QString Properties = QStringLiteral(
-    "Name: /VirtualBox/HostInfo/VBoxVer, value: 5.2.44, timestamp: 1584387254070548000, flags: "
-    "TRANSIENT, RDONLYGUEST\n"
-    "Name: vbox_dpi, value: 240, timestamp: 1584387254070548001, flags: \n"
-    "Name: vbox_graph_mode, value: 1080x1920-16, timestamp: 1584387254070548002, flags: \n");
+const QString Properties = guestProperty("/VirtualBox/HostInfo/VBoxVer", "5.2.44") +
+                           guestProperty("vbox_dpi", "240") +
+                           guestProperty("vbox_graph_mode", "1080x1920-16");
 
-QString description(const QString &state)
+Answer shown(const char *state)
 {
-    return QStringLiteral("Name:            phone\n"
-                          "UUID:            0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11\n"
-                          "Config file:     /vms/phone/phone.vbox\n"
-                          "Memory size:     2048MB\n"
-                          "Number of CPUs:  2\n"
-                          "State:           %1 (since 2024-06-03T09:14:07.512000000)\n"
-                          "NIC 1:           MAC: 080027A1B2C3, Attachment: Host-only Interface "
-                          "'vboxnet0', Cable connected: on\n")
-        .arg(state);
+    return Answer::ok(description("phone", state,
+                                  "NIC 1:           MAC: 080027A1B2C3, Attachment: Host-only "
+                                  "Interface 'vboxnet0', Cable connected: on\n"));
 }
 
 // Log lines from the engine's own constructor on: the base part before it reports the
@@ -53,20 +38,11 @@ class HostStyleTest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        Settings::set(QStringLiteral("host.only.interface"), QStringLiteral("vboxnet0"));
-        m_standIn.onExact({"list", "hostinfo"}, {Answer::ok(recorded("core-hostinfo.txt"))});
-        m_standIn.onExact({"list", "hostonlyifs"}, {Answer::ok(recorded("core-hostonlyifs.txt"))});
-        m_standIn.onExact({"list", "dhcpservers"}, {Answer::ok(recorded("core-dhcpservers.txt"))});
-        m_standIn.onExact({"--version"}, {Answer::ok("5.2.44r139111\n")});
-        m_standIn.onExact({"addr", "show", "dev", "vboxnet0"},
-                          {Answer::ok("5: vboxnet0: <BROADCAST,MULTICAST,UP> mtu 1500 state UP\n")},
-                          "ip");
-        m_standIn.onExact({"route"},
-                          {Answer::ok("192.168.56.0/24 dev vboxnet0 proto kernel scope link\n")},
-                          "ip");
+        Settings::set(HostOnlyKey, QStringLiteral("vboxnet0"));
+        scriptHost(m_standIn);
     }
 
-    void TearDown() override { Settings::remove(QStringLiteral("host.only.interface")); }
+    void TearDown() override { Settings::remove(HostOnlyKey); }
 
     StandIn m_standIn;
     LogCapture m_log;
@@ -87,7 +63,7 @@ TEST_F(HostStyleTest, EngineIsLoadedFromThePluginFolderAndInitialized)
     EXPECT_EQ(m_standIn.calls(),
               cmds({"list hostinfo", "list hostonlyifs", "list dhcpservers", "--version"}));
     EXPECT_EQ(m_standIn.calls("ip"), cmds({"addr show dev vboxnet0", "route"}));
-    EXPECT_EQ(Settings::get(QStringLiteral("host.only.interface")).toString(), "vboxnet0");
+    EXPECT_EQ(Settings::get(HostOnlyKey).toString(), "vboxnet0");
     EXPECT_TRUE(m_log.contains(QtWarningMsg, "[VBox] [getSavedHostOnlyInterface] Checking "
                                              "\"vboxnet0\" interface status ( "
                                              "QHostAddress(\"192.168.56.1\") )"));
@@ -128,11 +104,9 @@ TEST_F(HostStyleTest, HostDrivesADeviceThroughTheInterfaces)
     ASSERT_TRUE(engine);
     // Off while the host looks it up, then three starts: from off, from off, from paused.
     m_standIn.onExact({"showvminfo", "phone"},
-                      {Answer::ok(description("powered off")),
-                       Answer::ok(description("powered off")),
-                       Answer::ok(description("powered off")), Answer::ok(description("running")),
-                       Answer::ok(description("powered off")), Answer::ok(description("running")),
-                       Answer::ok(description("paused")), Answer::ok(description("running"))});
+                      {shown("powered off"), shown("powered off"), shown("powered off"),
+                       shown("running"), shown("powered off"), shown("running"), shown("paused"),
+                       shown("running")});
     m_standIn.onExact({"guestproperty", "enumerate", "phone"}, {Answer::ok(Properties)});
     m_standIn.onExact({"guestproperty", "get", "phone", "tovalyn_ip_management"},
                       {Answer::ok("No value set!\n"), Answer::ok("No value set!\n"),
@@ -149,7 +123,7 @@ TEST_F(HostStyleTest, HostDrivesADeviceThroughTheInterfaces)
 
     const std::unique_ptr<VMToolsMachine> machine(engine->getMachine("phone"));
     ASSERT_TRUE(machine);
-    EXPECT_EQ(machine->getUuid(), "0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11");
+    EXPECT_EQ(machine->getUuid(), PhoneUuid);
     EXPECT_EQ(machine->getAdapterType(1), VMToolsMachine::HostOnlyAdapter);
 
     // The profile: written once each, read back from the cache without a command.
@@ -173,10 +147,8 @@ TEST_F(HostStyleTest, HostDrivesADeviceThroughTheInterfaces)
     EXPECT_EQ(machine->resetFactory(), 0);
 
     const QList<QStringList> bind =
-        cmds({"modifyvm phone --nic1 hostonly", "modifyvm phone --hostonlyadapter1 vboxnet0",
-              "modifyvm phone --nictype1 virtio", "modifyvm phone --cableconnected1 on",
-              "guestproperty set phone quillomate_player_version 1",
-              "guestproperty set phone quillomate_vm_name phone", "showvminfo phone"});
+        bindCalls() +
+        cmds({"guestproperty set phone quillomate_vm_name phone", "showvminfo phone"});
     const QStringList poll = cmd("guestproperty get phone tovalyn_ip_management");
     const QList<QStringList> expected =
         cmds({"showvminfo phone", "guestproperty enumerate phone", "showvminfo phone",

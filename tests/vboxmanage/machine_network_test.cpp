@@ -1,11 +1,4 @@
-#include "vboxmanagemachine.h"
-
-#include "logcapture.h"
-#include "printers.h"
-#include "standin.h"
 #include "vboxtest.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -24,20 +17,11 @@ const QStringList ShowVmInfo = cmd("showvminfo phone");
 const QStringList Bridgedifs = cmd("list bridgedifs");
 const QStringList IPGet = cmd("guestproperty get phone tovalyn_ip_management");
 
-// A machine "phone" built from the recorded description: NIC 1 host-only, NIC 2 NAT.
-class MachineNetworkTest : public ::testing::Test
+// Built from the recorded description: NIC 1 host-only, NIC 2 NAT.
+class MachineNetworkTest : public MachineTest
 {
 protected:
-    void SetUp() override
-    {
-        m_standIn.onExact(ShowVmInfo, {Answer::ok(recorded("machine-showvminfo.txt"))});
-        m_machine.reset(new VBoxManageMachine("u", "phone", "VBoxManage"));
-        m_standIn.clearRules();
-        m_standIn.clearCalls();
-    }
-
-    StandIn m_standIn;
-    std::unique_ptr<VBoxManageMachine> m_machine;
+    void SetUp() override { build(); }
 };
 
 } // namespace
@@ -47,7 +31,6 @@ TEST_F(MachineNetworkTest, AdapterSetUpRunsItsStepsAndStopsAtTheFirstFailure)
     m_standIn.onExact(modify("--hostonlyadapter1", "vboxnet9"), {Answer::fail(1)});
     m_standIn.onExact(modify("--nic3", "unknown"), {Answer::fail(2)});
     m_standIn.onPrefix({"modifyvm", "phone"}, {Answer::ok()});
-    LogCapture log;
 
     EXPECT_TRUE(m_machine->setAdapterType(2, VMToolsMachine::HostOnlyAdapter, "vboxnet0"));
     EXPECT_TRUE(m_machine->setAdapterType(1, VMToolsMachine::NoAdapter, "vboxnet0"));
@@ -60,7 +43,7 @@ TEST_F(MachineNetworkTest, AdapterSetUpRunsItsStepsAndStopsAtTheFirstFailure)
                   modify("--nictype2", "virtio"), modify("--cableconnected2", "on"),
                   modify("--nic1", "null"), modify("--nic1", "hostonly"),
                   modify("--hostonlyadapter1", "vboxnet9"), modify("--nic3", "unknown")}));
-    EXPECT_EQ(log.texts(QtCriticalMsg).filter("Failed"),
+    EXPECT_EQ(m_log.texts(QtCriticalMsg).filter("Failed"),
               (QStringList{"[VBox] Failed to select the host only interface on adapter 1",
                            "[VBox] Failed to set adapter type on adapter 3"}));
     // The adapter map describes the machine as it was loaded.
@@ -73,13 +56,12 @@ TEST_F(MachineNetworkTest, ConnectionInfoLooksAtAdapterTwo)
                       {Answer::ok(recorded("machine-showvminfo.txt")),
                        Answer::ok(nic2("Bridged Interface 'enp3s0'")),
                        Answer::ok(nic2("Host-only Interface 'vboxnet1'")), Answer::fail(1)});
-    LogCapture log;
 
     EXPECT_EQ(m_machine->getConnectionInfo().type(), VMToolsMachine::NatConnection);
     EXPECT_EQ(m_machine->getConnectionInfo().name(), "enp3s0");
     EXPECT_EQ(m_machine->getConnectionInfo().type(), VMToolsMachine::UnknownConnection);
     EXPECT_EQ(m_machine->getConnectionInfo().type(), VMToolsMachine::UnknownConnection);
-    EXPECT_EQ(log.texts(QtWarningMsg),
+    EXPECT_EQ(m_log.texts(QtWarningMsg),
               (QStringList{"[VBox] error will parsing interface status",
                            "[VBox] vboxmanage command failed (\"showvminfo\", \"phone\")"}));
 }
@@ -107,7 +89,6 @@ TEST_F(MachineNetworkTest, SetConnectionInfoNatOrBridgeNamedOrFirstHostInterface
     const auto unnamed = VMToolsMachine::ConnectionInfo::createBridgedConnectionInfo("");
     const QList<QStringList> lookUp{modify("--nic2", "bridged"), ShowVmInfo, Bridgedifs};
     const QStringList fallback = modify("--nic2", "bridged --bridgeadapter2 enp3s0");
-    LogCapture log;
 
     EXPECT_TRUE(m_machine->setConnectionInfo(unnamed));
     EXPECT_EQ(m_standIn.calls(), lookUp + QList<QStringList>{fallback});
@@ -115,7 +96,7 @@ TEST_F(MachineNetworkTest, SetConnectionInfoNatOrBridgeNamedOrFirstHostInterface
     m_standIn.clearCalls();
     EXPECT_FALSE(m_machine->setConnectionInfo(unnamed));
     EXPECT_EQ(m_standIn.calls(), lookUp);
-    EXPECT_EQ(log.texts(QtWarningMsg), QStringList{"[VBox] no interface available for bridge"});
+    EXPECT_EQ(m_log.texts(QtWarningMsg), QStringList{"[VBox] no interface available for bridge"});
 }
 
 TEST_F(MachineNetworkTest, WaitForIPPollsUntilPublishedAndResetForgets)
@@ -128,7 +109,6 @@ TEST_F(MachineNetworkTest, WaitForIPPollsUntilPublishedAndResetForgets)
 
     EXPECT_EQ(m_machine->waitForIP(), "192.168.56.101");
     EXPECT_EQ(m_machine->waitForIP(), "192.168.56.101");
-    EXPECT_EQ(m_machine->getAdbSerial(), "192.168.56.101:5555");
     EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{IPGet, IPGet, IPGet}));
 
     EXPECT_FALSE(m_machine->resetIP());

@@ -1,49 +1,32 @@
-#include "vboxmanagemachine.h"
-
-#include "printers.h"
-#include "standin.h"
 #include "vboxtest.h"
 
-#include <gtest/gtest.h>
+using MachineStateTest = MachineTest;
 
 namespace {
 
-QString property(const QString &key, const QString &value)
-{
-    return QStringLiteral("Name: %1, value: %2, timestamp: 1717406031000000000, flags: \n")
-        .arg(key, value);
-}
-
-const QStringList Enumerate = cmd("guestproperty enumerate phone");
 const QStringList ShowVmInfo = cmd("showvminfo phone");
 
 } // namespace
 
-TEST(MachineStateTest, ConstructionReadsPropertiesThenTheDescription)
+TEST_F(MachineStateTest, ConstructionReadsPropertiesThenTheDescription)
 {
-    StandIn standIn;
-    standIn.onExact(Enumerate, {Answer::ok(recorded("machine-guestproperty-enumerate.txt"))});
-    standIn.onExact(ShowVmInfo, {Answer::ok(recorded("machine-showvminfo.txt"))});
+    build(recorded("machine-guestproperty-enumerate.txt"));
 
-    VBoxManageMachine machine("5f0d3c2a", "phone", "VBoxManage");
-
-    EXPECT_EQ(standIn.calls(), (QList<QStringList>{Enumerate, ShowVmInfo}));
-    EXPECT_EQ(machine.getCPUCount(), 2u);
-    EXPECT_EQ(machine.getRAM(), 2048u);
-    EXPECT_EQ(machine.getOnLoadStatus(), VMToolsMachine::On);
-    EXPECT_EQ(machine.getData("android_version", "none"), "8.0");
-    EXPECT_EQ(machine.getData("/VirtualBox/HostInfo/VBoxVer", "none"), "none");
-    EXPECT_EQ(machine.getAdapterType(1), VMToolsMachine::HostOnlyAdapter);
-    EXPECT_EQ(machine.getAdapterType(2), VMToolsMachine::OtherAdapter);
-    EXPECT_EQ(machine.getAdapterType(3), VMToolsMachine::NoAdapter);
-    EXPECT_EQ(machine.getPath(), "/home/alice/.Brellstock/Quillomate/deployed/phone");
+    EXPECT_EQ(m_buildCalls, (QList<QStringList>{cmd("guestproperty enumerate phone"), ShowVmInfo}));
+    EXPECT_EQ(m_machine->getCPUCount(), 2u);
+    EXPECT_EQ(m_machine->getRAM(), 2048u);
+    EXPECT_EQ(m_machine->getOnLoadStatus(), VMToolsMachine::On);
+    EXPECT_EQ(m_machine->getData("android_version", "none"), "8.0");
+    EXPECT_EQ(m_machine->getData("/VirtualBox/HostInfo/VBoxVer", "none"), "none");
+    EXPECT_EQ(m_machine->getAdapterType(1), VMToolsMachine::HostOnlyAdapter);
+    EXPECT_EQ(m_machine->getAdapterType(2), VMToolsMachine::OtherAdapter);
+    EXPECT_EQ(m_machine->getAdapterType(3), VMToolsMachine::NoAdapter);
 }
 
-TEST(MachineStateTest, UnknownMachineKeepsOnlyItsIdentity)
+TEST_F(MachineStateTest, UnknownMachineKeepsOnlyItsIdentity)
 {
-    StandIn standIn;
-    standIn.onPrefix({}, {Answer::fail(1, "VBoxManage: error: Could not find a registered "
-                                          "machine named 'ghost'\n")});
+    m_standIn.onPrefix({}, {Answer::fail(1, "VBoxManage: error: Could not find a registered "
+                                            "machine named 'ghost'\n")});
 
     VBoxManageMachine machine("uuid-1", "ghost", "VBoxManage");
 
@@ -57,71 +40,57 @@ TEST(MachineStateTest, UnknownMachineKeepsOnlyItsIdentity)
     EXPECT_EQ(machine.getPath(), "");
 }
 
-TEST(MachineStateTest, PropertyCacheKeepsLastAndEmptyValuesUntilReloaded)
+TEST_F(MachineStateTest, PropertyCacheKeepsLastAndEmptyValuesUntilReloaded)
 {
-    StandIn standIn;
-    standIn.onExact(
-        Enumerate,
-        {Answer::ok(property("vbox_dpi", "160") + property("product_brand", "") +
-                    property("vbox_dpi", "240") + property("build_tags", "a, timestamp: b")),
-         Answer::ok(property("android_version", "9"))});
-    VBoxManageMachine machine("u", "phone", "VBoxManage");
+    build(guestProperty("vbox_dpi", "160") + guestProperty("product_brand", "") +
+          guestProperty("vbox_dpi", "240") + guestProperty("build_tags", "a, timestamp: b"));
+    m_standIn.onExact(cmd("guestproperty enumerate phone"),
+                      {Answer::ok(guestProperty("android_version", "9"))});
 
-    EXPECT_EQ(machine.getDensity(), "240");
-    EXPECT_EQ(machine.getData("product_brand", "default"), "");
-    EXPECT_EQ(machine.getProductTags(), "a, timestamp: b");
-    machine.reloadProperties();
-    EXPECT_EQ(machine.getAndroidVersion(), "9");
-    EXPECT_EQ(machine.getDensity(), "120");
+    EXPECT_EQ(m_machine->getDensity(), "240");
+    EXPECT_EQ(m_machine->getData("product_brand", "default"), "");
+    EXPECT_EQ(m_machine->getProductTags(), "a, timestamp: b");
+    m_machine->reloadProperties();
+    EXPECT_EQ(m_machine->getAndroidVersion(), "9");
+    EXPECT_EQ(m_machine->getDensity(), "120");
 }
 
-TEST(MachineStateTest, StatusComesFromTheStateLine)
+TEST_F(MachineStateTest, StatusAndPathAreReadAgainFromTheDescription)
 {
-    StandIn standIn;
-    standIn.onExact(ShowVmInfo, {Answer::ok(), Answer::ok("State:   paused (since 2024)\n")});
-    VBoxManageMachine machine("u", "phone", "VBoxManage");
+    build(QString(), QString());
+    // Running, saved and a state without its date are compared with the former pattern in the
+    // parser tests.
     const QString since = " (since 2024-06-03T09:14:07.512000000)\n";
-    EXPECT_EQ(machine.parseStatus("State:           running" + since), VMToolsMachine::On);
-    EXPECT_EQ(machine.parseStatus("State:           powered off" + since), VMToolsMachine::Off);
-    EXPECT_EQ(machine.parseStatus("State:           aborted" + since), VMToolsMachine::Aborted);
-    EXPECT_EQ(machine.parseStatus("STATE:  Running " + since), VMToolsMachine::On);
-    EXPECT_EQ(machine.parseStatus("State:           saved" + since), VMToolsMachine::Process);
-    EXPECT_EQ(machine.parseStatus("State:           running\n"), VMToolsMachine::Process);
-    // getStatus asks again each time; the load status stays.
-    EXPECT_EQ(machine.getStatus(), VMToolsMachine::Paused);
-    EXPECT_EQ(machine.getOnLoadStatus(), VMToolsMachine::Process);
+    EXPECT_EQ(m_machine->parseStatus("State:           powered off" + since), VMToolsMachine::Off);
+    EXPECT_EQ(m_machine->parseStatus("State:           aborted" + since), VMToolsMachine::Aborted);
+    EXPECT_EQ(m_machine->parseStatus("STATE:  Running " + since), VMToolsMachine::On);
+
+    // The path needs the line feed after the config file.
+    const Answer paused =
+        Answer::ok("State:   paused (since 2024)\nConfig file:     /home/u/VMs/dev/dev.vbox\nx\n");
+    m_standIn.onExact(ShowVmInfo,
+                      {paused, paused, Answer::ok("Config file:     /home/u/VMs/dev/dev.vbox")});
+    EXPECT_EQ(m_machine->getStatus(), VMToolsMachine::Paused);
+    EXPECT_EQ(m_machine->getPath(), "/home/u/VMs/dev");
+    EXPECT_EQ(m_machine->getPath(), "");
+    // The load status stays what the empty description gave.
+    EXPECT_EQ(m_machine->getOnLoadStatus(), VMToolsMachine::Process);
 }
 
-TEST(MachineStateTest, PathNeedsTheLineFeedAfterTheConfigFile)
+TEST_F(MachineStateTest, MemoryAndCPUChangesRetryWhileTheMachineIsLocked)
 {
-    StandIn standIn;
-    standIn.onExact(ShowVmInfo,
-                    {Answer::fail(1), Answer::ok("Config file:     /home/u/VMs/dev/dev.vbox\nx\n"),
-                     Answer::ok("Config file:     /home/u/VMs/dev/dev.vbox")});
-    VBoxManageMachine machine("u", "phone", "VBoxManage");
-    EXPECT_EQ(machine.getPath(), "/home/u/VMs/dev");
-    EXPECT_EQ(machine.getPath(), "");
-}
-
-TEST(MachineStateTest, MemoryAndCPUChangesRetryWhileTheMachineIsLocked)
-{
-    StandIn standIn;
-    standIn.onExact(ShowVmInfo, {Answer::ok(recorded("machine-showvminfo.txt"))});
+    build();
     const Answer locked = Answer::fail(1, "VBoxManage: error: The machine 'phone' is already "
                                           "locked for a session (or being unlocked)\n");
     const QStringList memory = cmd("modifyvm phone --memory 3072");
     const QStringList cpus = cmd("modifyvm phone --cpus 4");
-    standIn.onExact(memory, {locked, locked, Answer::ok()});
-    standIn.onExact(cpus, {locked});
-    VBoxManageMachine machine("u", "phone", "VBoxManage");
-    standIn.clearCalls();
+    m_standIn.onExact(memory, {locked, locked, Answer::ok()});
+    m_standIn.onExact(cpus, {locked});
 
-    EXPECT_TRUE(machine.setRAM(3072));
-    EXPECT_EQ(standIn.calls(), (QList<QStringList>{memory, memory, memory}));
-    EXPECT_EQ(machine.getRAM(), 3072u);
-
-    standIn.clearCalls();
-    EXPECT_FALSE(machine.setCPUCount(4));
-    EXPECT_EQ(standIn.calls(), (QList<QStringList>{cpus, cpus, cpus, cpus, cpus, cpus}));
-    EXPECT_EQ(machine.getCPUCount(), 2u);
+    EXPECT_TRUE(m_machine->setRAM(3072));
+    EXPECT_EQ(m_machine->getRAM(), 3072u);
+    EXPECT_FALSE(m_machine->setCPUCount(4));
+    EXPECT_EQ(m_machine->getCPUCount(), 2u);
+    EXPECT_EQ(m_standIn.calls(),
+              (QList<QStringList>{memory, memory, memory, cpus, cpus, cpus, cpus, cpus, cpus}));
 }

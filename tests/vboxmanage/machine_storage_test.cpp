@@ -1,48 +1,25 @@
-#include "vboxmanagemachine.h"
-
-#include "logcapture.h"
-#include "printers.h"
-#include "standin.h"
 #include "vboxtest.h"
 
-#include <QFile>
 #include <QRegularExpression>
-#include <QTemporaryDir>
 
-#include <gtest/gtest.h>
+using MachineStorageTest = MachineTest;
 
 namespace {
 
 const QStringList ShowVmInfo = cmd("showvminfo phone");
 const QStringList List = cmd("snapshot phone list");
-const QStringList Restore = cmd("snapshot phone restore factory-backup");
-
-// A machine "phone" built from the recorded description.
-class MachineStorageTest : public ::testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        m_standIn.onExact(ShowVmInfo, {Answer::ok(recorded("machine-showvminfo.txt"))});
-        m_machine.reset(new VBoxManageMachine("u", "phone", "VBoxManage"));
-        m_standIn.clearCalls();
-    }
-
-    StandIn m_standIn;
-    std::unique_ptr<VBoxManageMachine> m_machine;
-};
 
 } // namespace
 
 TEST_F(MachineStorageTest, ListingFlattensTheSnapshotTree)
 {
+    build();
     m_standIn.onExact(List, {Answer::ok(recorded("machine-snapshot-list.txt")),
                              Answer::ok("   Name: two  blanks  (UUID: 1234)\n")});
-    LogCapture log;
 
     EXPECT_EQ(m_machine->listSnapshots(),
               (QStringList{"factory-backup", "before update", "after update"}));
-    EXPECT_EQ(log.texts(QtDebugMsg).filter(QRegularExpression("^\\[VBox\\] (List|-) ")),
+    EXPECT_EQ(m_log.texts(QtDebugMsg).filter(QRegularExpression("^\\[VBox\\] (List|-) ")),
               (QStringList{"[VBox] List all snapshot(s):",
                            "[VBox] - \"phone\" : Snapshot found: \"factory-backup\"",
                            "[VBox] - \"phone\" : Snapshot found: \"before update\"",
@@ -51,40 +28,35 @@ TEST_F(MachineStorageTest, ListingFlattensTheSnapshotTree)
     EXPECT_EQ(m_machine->listSnapshots(), QStringList{"two  blanks "});
 }
 
-TEST_F(MachineStorageTest, FactoryResetNeedsTheExactBackupName)
+TEST_F(MachineStorageTest, FactoryBackupIsTakenAndRestoredByItsExactName)
 {
+    build();
+    const QStringList take = cmd("snapshot phone take factory-backup --description")
+                             << "Initial snapshot to reset factory state";
+    const QStringList restore = cmd("snapshot phone restore factory-backup");
+    m_standIn.onExact(take, {Answer::ok("Snapshot taken. UUID: 9b2c4d6e\n"), Answer::fail(1)});
     m_standIn.onExact(List, {Answer{1, "This machine does not have any snapshots\n", QString()},
-                             Answer::ok("   Name: Factory-Backup (UUID: 9b2c4d6e)\n")});
-    LogCapture log;
+                             Answer::ok("   Name: Factory-Backup (UUID: 9b2c4d6e)\n"),
+                             Answer::ok(recorded("machine-snapshot-list.txt"))});
+    m_standIn.onExact(restore, {Answer::fail(1, "VBoxManage: error: locked\n"), Answer::ok()});
 
+    EXPECT_TRUE(m_machine->createFactoryBackup());
+    EXPECT_FALSE(m_machine->createFactoryBackup());
     EXPECT_EQ(m_machine->resetFactory(), 1);
     EXPECT_FALSE(m_machine->canResetToFactory());
+    EXPECT_EQ(m_machine->resetFactory(), 2);
+    EXPECT_EQ(m_machine->resetFactory(), 0);
 
-    EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{List, List}));
-    EXPECT_EQ(log.texts(QtCriticalMsg).filter("phone"),
+    EXPECT_EQ(m_standIn.calls(),
+              (QList<QStringList>{take, take, List, List, List, restore, List, restore}));
+    const QRegularExpression phone("^\\[VBox\\] \"phone\" :");
+    EXPECT_EQ(m_log.texts(QtCriticalMsg).filter(phone),
               (QStringList{"[VBox] \"phone\" : snapshot not found: \"factory-backup\"",
                            "[VBox] \"phone\" : Unable to restore snapshot: \"factory-backup\" : "
                            "no such snapshot",
                            "[VBox] \"phone\" : snapshot not found: \"factory-backup\""}));
-}
-
-TEST_F(MachineStorageTest, BackupIsTakenAndRestored)
-{
-    const QStringList take = cmd("snapshot phone take factory-backup --description")
-                             << "Initial snapshot to reset factory state";
-    m_standIn.onExact(take, {Answer::ok("Snapshot taken. UUID: 9b2c4d6e\n"), Answer::fail(1)});
-    m_standIn.onExact(List, {Answer::ok(recorded("machine-snapshot-list.txt"))});
-    m_standIn.onExact(Restore, {Answer::fail(1, "VBoxManage: error: locked\n"), Answer::ok()});
-    LogCapture log;
-
-    EXPECT_TRUE(m_machine->createFactoryBackup());
-    EXPECT_FALSE(m_machine->createFactoryBackup());
-    EXPECT_EQ(m_machine->resetFactory(), 2);
-    EXPECT_EQ(m_machine->resetFactory(), 0);
-
-    EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{take, take, List, Restore, List, Restore}));
     EXPECT_EQ(
-        log.texts(QtDebugMsg).filter(QRegularExpression("^\\[VBox\\] \"phone\" :")),
+        m_log.texts(QtDebugMsg).filter(phone),
         (QStringList{"[VBox] \"phone\" : Snapshot created with success: \"factory-backup\"",
                      "[VBox] \"phone\" : snapshot found: \"factory-backup\"",
                      "[VBox] \"phone\" : snapshot found: \"factory-backup\"",
@@ -93,10 +65,12 @@ TEST_F(MachineStorageTest, BackupIsTakenAndRestored)
 
 TEST_F(MachineStorageTest, DisksAreFoundAttachedAndDeletedByPlace)
 {
+    build();
     const QString place("storageattach phone --storagectl IDEController --port 1 --device 0");
     const QStringList attach = cmd(place + " --type hdd --medium /a/c/disk.vdi");
     const QStringList detach = cmd(place + " --medium none");
     const QStringList close = cmd("closemedium disk 3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e --delete");
+    m_standIn.onExact(ShowVmInfo, {Answer::ok(recorded("machine-showvminfo.txt"))});
     m_standIn.onExact(attach, {Answer::ok()});
     m_standIn.onExact(detach, {Answer::ok(), Answer::fail(1), Answer::ok()});
     m_standIn.onExact(close, {Answer::fail(1), Answer::ok()});
@@ -117,24 +91,4 @@ TEST_F(MachineStorageTest, DisksAreFoundAttachedAndDeletedByPlace)
     m_standIn.onExact(ShowVmInfo,
                       {Answer::ok("IDEController (1, 0): /d/sdcard.vdi (UUID: 3E9A7C5D-4F6B)\n")});
     EXPECT_EQ(m_machine->getDiskUuid(SecondaryPort, MasterDevice), "");
-}
-
-TEST_F(MachineStorageTest, DumpWritesThreeBlocksEvenWhenCommandsFail)
-{
-    m_standIn.onExact({"guestproperty", "enumerate", "phone"}, {Answer::ok("No properties.\n")});
-    m_standIn.onExact({"showvminfo", "phone", "--details"}, {Answer::ok("Name:  phone\n")});
-    QTemporaryDir dir;
-    QFile file(dir.filePath("info.txt"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("engine part\n");
-
-    m_machine->dumpInfos(&file);
-    file.close();
-
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(QString::fromUtf8(file.readAll()),
-              "engine part\n"
-              "VBoxManage guestproperty enumerate phone\nNo properties.\n\n\n\n"
-              "VBoxManage getextradata phone enumerate\n\n\n\n"
-              "VBoxManage showvminfo phone --details\nName:  phone\n\n\n\n");
 }

@@ -1,9 +1,7 @@
+#include "interfacestatus.h"
 #include "vboxinterfaceparser.h"
 
-#include "printers.h"
 #include "vboxtest.h"
-
-#include <gtest/gtest.h>
 
 TEST(InterfaceParserTest, BridgeableInterfacesAreTheNameLines)
 {
@@ -56,4 +54,22 @@ TEST(InterfaceParserTest, InterfaceStatusDecidesOnAdapterTwoOnly)
         EXPECT_EQ(type, c.type) << c.text;
         EXPECT_EQ(name, c.name) << c.text;
     }
+}
+
+// Up and routed, down, and routed only through vboxnet01 are told apart in the start-up tests.
+TEST(InterfaceStatusTest, DownInterfaceNeedsNoRouteAndFailingIpMeansUnavailable)
+{
+    const QStringList addrShow{"addr", "show", "dev", "vboxnet0"};
+    StandIn standIn;
+    standIn.onExact(addrShow,
+                    {Answer::ok("4: vboxnet0: <BROADCAST,MULTICAST> mtu 1500 qdisc noop state "
+                                "DOWN group default qlen 1000\n"),
+                     Answer::fail(1, "Device \"vboxnet0\" does not exist.\n"), Answer::ok(LinkUp)},
+                    "ip");
+    standIn.onExact({"route"}, {Answer::fail(1)}, "ip");
+    EXPECT_EQ(getInterfaceStatus("vboxnet0", "192.168.56.1"), 0);
+    EXPECT_EQ(getInterfaceStatus("vboxnet0", "192.168.56.1"), 3);
+    EXPECT_EQ(getInterfaceStatus("vboxnet0", "192.168.56.1"), 3);
+    EXPECT_EQ(standIn.calls("ip"), (QList<QStringList>{addrShow, addrShow, addrShow, {"route"}}));
+    EXPECT_TRUE(standIn.calls().isEmpty());
 }
