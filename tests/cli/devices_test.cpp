@@ -1,4 +1,4 @@
-// vmtools as a child process: listing, showing, creating, cloning, renaming, deleting.
+// vmtools as a child process: listing, showing, dumping, creating, cloning, renaming, deleting.
 #include "vmtoolshost.h"
 
 #include "printers.h"
@@ -9,213 +9,108 @@
 #include <QFile>
 #include <QJsonArray>
 
-namespace {
-
-const QString TabletUuid = QStringLiteral("e1a5e766-27cc-4b13-8c81-b69a5aa5dac7");
-
-QString touch(const VmtoolsHost &host, const QString &name)
-{
-    QFile file(host.scratch(name));
-    file.open(QIODevice::WriteOnly);
-    file.write("appliance");
-    return file.fileName();
-}
-
-} // namespace
-
-TEST(CliDevicesTest, ListShowsOnlyThisHostsDevices)
+TEST(CliDevicesTest, ListShowAndDumpCoverOnlyThisHostsDevices)
 {
     StandIn standIn;
-    scriptEngineStart(standIn);
     standIn.onExact({"list", "vms"},
                     {Answer::ok("\"phone\" {0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11}\n"
                                 "\"Ubuntu\" {628a6317-792a-45ff-8f0a-de3227f14724}\n"
-                                "\"tablet\" {" +
-                                TabletUuid + "}\n")});
-    scriptDevice(standIn, {});
-    scriptDevice(standIn, {"tablet", TabletUuid, "running", false});
-    standIn.onPrefix({"guestproperty", "enumerate"}, {Answer::ok("Name: /VirtualBox/x, value: y, "
-                                                                 "timestamp: 1, flags: \n")});
-    VmtoolsHost host;
-
-    VmtoolsResult result = host.run({"list"});
-    ASSERT_EQ(result.exitCode, 0) << result.err.toStdString();
-    EXPECT_EQ(result.out, "NAME    STATE    CPUS  MEMORY   ANDROID  RESOLUTION\n"
-                          "phone   off      2     2048 MB  8.0      1080x1920\n"
-                          "tablet  running  2     2048 MB  8.0      1080x1920\n");
-
-    result = host.run({"list", "--json"});
-    const QJsonArray devices = result.json().value("devices").toArray();
-    ASSERT_EQ(devices.size(), 2);
-    const QJsonObject tablet = devices.at(1).toObject();
-    EXPECT_EQ(tablet.value("name"), QJsonValue("tablet"));
-    EXPECT_EQ(tablet.value("uuid"), QJsonValue(TabletUuid));
-    EXPECT_EQ(tablet.value("state"), QJsonValue("running"));
-    EXPECT_EQ(tablet.value("memory"), QJsonValue(2048));
-    EXPECT_EQ(tablet.value("resolution"), QJsonValue("1080x1920"));
-}
-
-TEST(CliDevicesTest, ShowGivesTheWholeProfileAndState)
-{
-    StandIn standIn;
-    scriptEngineStart(standIn);
-    scriptDevice(standIn, {"phone", "0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11", "running", true});
-    standIn.onExact({"guestproperty", "get", "phone", "tovalyn_ip_management"},
+                                "\"tablet\" {e1a5e766-27cc-4b13-8c81-b69a5aa5dac7}\n")});
+    scriptNoMachine(standIn, "Ubuntu");
+    standIn.onExact({"guestproperty", "get", "tablet", "tovalyn_ip_management"},
                     {Answer::ok("Value: 192.168.56.101\n")});
+    scriptUsualHost(standIn);
     VmtoolsHost host;
+    const QString dump = host.scratchFile("dump.txt", "old contents that the dump replaces\n");
 
-    VmtoolsResult result = host.run({"show", "phone", "--json"});
-    ASSERT_EQ(result.exitCode, 0) << result.err.toStdString();
-    const QJsonObject json = result.json();
-    EXPECT_EQ(json.value("state"), QJsonValue("running"));
-    EXPECT_EQ(json.value("folder"), QJsonValue("/vms/phone"));
-    EXPECT_EQ(json.value("adbSerial"), QJsonValue("192.168.56.101:5555"));
-    EXPECT_EQ(json.value("factoryBackup"), QJsonValue(true));
-    EXPECT_EQ(json.value("adapter1"), QJsonValue("hostonly"));
-    EXPECT_EQ(json.value("adapter2").toObject().value("type"), QJsonValue("nat"));
-    EXPECT_EQ(json.value("sdCardDisk"), QJsonValue("3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e"));
-    const QJsonObject profile = json.value("profile").toObject();
-    EXPECT_EQ(profile.value("resolution"), QJsonValue("1080x1920"));
-    EXPECT_EQ(profile.value("density"), QJsonValue(420));
-    EXPECT_EQ(profile.value("full-screen"), QJsonValue(true));
-    EXPECT_EQ(profile.value("virtual-keyboard"), QJsonValue(true));
-    EXPECT_EQ(profile.value("navigation-bar"), QJsonValue(false));
-    EXPECT_EQ(profile.value("hx"), QJsonValue(true));
-    EXPECT_EQ(profile.value("full-hx"), QJsonValue(true));
-    EXPECT_EQ(profile.value("device-id"), QJsonValue("358240051111110"));
-    EXPECT_EQ(profile.value("product-model"), QJsonValue("Pixel 2"));
-    EXPECT_EQ(profile.value("cpus"), QJsonValue(2));
+    const QList<VmtoolsResult> results = expectRuns(
+        host, {{"list", 0, "",
+                "NAME    STATE    CPUS  MEMORY   ANDROID  RESOLUTION\n"
+                "phone   off      2     2048 MB  8.0      1080x1920\n"
+                "tablet  running  2     2048 MB  8.0      1080x1920\n"},
+               {"list --json", 0},
+               {"show tablet --json", 0, "",
+                R"({"state": "running", "folder": "/vms/tablet", "adbSerial": "192.168.56.101:5555",
+              "factoryBackup": true, "adapter1": "hostonly", "adapter2": {"type": "nat"},
+              "sdCardDisk": "3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e",
+              "profile": {"resolution": "1080x1920", "density": 420, "full-screen": true,
+                          "virtual-keyboard": true, "navigation-bar": false, "hx": true,
+                          "full-hx": true, "device-id": "358240051111110",
+                          "product-model": "Pixel 2", "cpus": 2}})"},
+               {"show ghost", 1, "there is no device named \"ghost\""},
+               {"dump " + dump + " --json", 0, "", R"({"devices": ["phone", "tablet"]})"},
+               {"dump " + host.scratch(), 1, host.scratch() + " is a folder"}});
+    const QJsonArray devices = results[1].json().value("devices").toArray();
+    ASSERT_EQ(devices.size(), 2);
+    expectMembers(devices.at(1).toObject(),
+                  R"({"name": "tablet", "uuid": "e1a5e766-27cc-4b13-8c81-b69a5aa5dac7",
+                      "state": "running", "memory": 2048, "resolution": "1080x1920"})");
 
-    result = host.run({"show", "ghost"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(result.errLines().contains("vmtools: there is no device named \"ghost\""))
-        << result.err.toStdString();
+    QFile file(dump);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString dumped = QString::fromUtf8(file.readAll());
+    EXPECT_TRUE(dumped.startsWith("VBoxManage --version\n5.2.44r139111\n\n\n\n"))
+        << dumped.toStdString();
+    EXPECT_TRUE(dumped.contains("VBoxManage list hostinfo\n"));
+    EXPECT_TRUE(dumped.contains("VBoxManage showvminfo phone --details\n"));
+    EXPECT_FALSE(dumped.contains("old contents"));
 }
 
-TEST(CliDevicesTest, CreateChecksEverythingBeforeImporting)
+TEST(CliDevicesTest, CreateCloneRenameAndDeleteRefuseBadRequestsAndReportFailures)
 {
     StandIn standIn;
-    scriptEngineStart(standIn);
-    scriptDevice(standIn, {});
-    scriptEverythingElseSucceeds(standIn);
-    VmtoolsHost host;
-    const QString appliance = touch(host, "device.ova");
-
-    const auto refused = [&](const QStringList &arguments, int exitCode, const QString &line) {
-        const VmtoolsResult result = host.run(arguments);
-        EXPECT_EQ(result.exitCode, exitCode) << arguments.join(' ').toStdString();
-        EXPECT_TRUE(result.errLines().contains(line)) << result.err.toStdString();
-    };
-    refused({"create", "tablet", appliance, "--cpus", "0"}, 2,
-            "vmtools: --cpus takes a positive whole number, not \"0\"");
-    refused({"create", "tablet", appliance, "--cpus", "9"}, 2,
-            "vmtools: --cpus 9 is more than this host allows (8)");
-    refused({"create", "tablet", appliance, "--memory", "16000"}, 2,
-            "vmtools: --memory 16000 is more than this host allows (15923 MB)");
-    refused({"create", "../tablet", appliance}, 2, "vmtools: a device name cannot hold \"/\"");
-    refused({"create", "tablet", host.scratch("missing.ova")}, 1,
-            "vmtools: no appliance file at " + host.scratch("missing.ova"));
-    // An existing device's disks would be deleted before VirtualBox refused the name.
-    refused({"create", "phone", appliance}, 1, "vmtools: a device with that name already exists");
-    EXPECT_FALSE(calledWithPrefix(standIn, {"import"}));
-    EXPECT_FALSE(calledWithPrefix(standIn, {"closemedium"}));
-}
-
-TEST(CliDevicesTest, CreateTurnsTheEngineResultIntoWords)
-{
-    StandIn standIn;
-    scriptEngineStart(standIn);
+    // The user's own machine: no device profile among its properties.
+    standIn.onPrefix({"guestproperty", "enumerate", "Ubuntu"},
+                     {Answer::ok("Name: /VirtualBox/HostInfo/VBoxVer, value: 5.2.44, "
+                                 "timestamp: 1, flags: \n")});
+    scriptDevice(standIn, {"Ubuntu", "628a6317-792a-45ff-8f0a-de3227f14724"});
+    scriptNoMachine(standIn, "watch");
+    scriptNoMachine(standIn, "phone-2");
     standIn.onPrefix({"import"}, {Answer::fail(1, "VBoxManage: error: Appliance read failed\n")});
-    standIn.onPrefix({"showvminfo", "tablet"}, {Answer::fail(1, "Could not find a registered "
-                                                                "machine named 'tablet'\n")});
-    scriptEverythingElseSucceeds(standIn);
+    standIn.onPrefix({"clonevm"},
+                     {Answer::fail(1, "VBoxManage: error: Could not create the clone medium "
+                                      "(VERR_DISK_FULL)\n")});
+    scriptUsualHost(standIn);
     VmtoolsHost host;
-    const QString appliance = touch(host, "device.ova");
+    const QString appliance = host.scratchFile("device.ova", "appliance");
+    const QString missing = host.scratch("missing.ova");
 
-    const VmtoolsResult result =
-        host.run({"create", "tablet", appliance, "--cpus", "4", "--memory", "1024", "--json"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.json().value("result"), QJsonValue(1));
-    EXPECT_TRUE(
-        result.json().value("error").toString().startsWith("the device could not be created"));
+    // Refused before VirtualBox is asked to change anything.
+    const QString create = "create watch " + appliance;
+    expectRuns(
+        host,
+        {{create + " --cpus 0", 2, "--cpus takes a positive whole number, not \"0\""},
+         {create + " --cpus 9", 2, "--cpus 9 is more than this host allows (8)"},
+         {create + " --memory 16000", 2, "--memory 16000 is more than this host allows (15923 MB)"},
+         {"create ../watch " + appliance, 2, "a device name cannot hold \"/\""},
+         {"create watch " + missing, 1, "no appliance file at " + missing},
+         // An existing device's disks would be deleted before VirtualBox refused the name.
+         {"create phone " + appliance, 1, "a device with that name already exists"},
+         {"clone phone tablet --json", 1, "a device with that name already exists",
+          R"({"result": 3})"},
+         {"clone phone phone", 2},
+         {"rename phone tablet", 1},
+         {"rename phone ..", 2},
+         {"delete Ubuntu", 1,
+          "\"Ubuntu\" is a VirtualBox machine but not an Android device; vmtools leaves it "
+          "alone"}});
+    for (const char *command : {"import", "clonevm", "closemedium", "modifyvm", "unregistervm"})
+        EXPECT_FALSE(calledWithPrefix(standIn, {command})) << command;
+
+    expectRuns(host,
+               {{create + " --cpus 4 --memory 1024 --json", 1,
+                 "the device could not be created: VirtualBox's machine folder could not be "
+                 "switched, the appliance import failed, or the new device could not be found",
+                 R"({"result": 1})"},
+                {"clone phone phone-2", 1, "the disk became full during the clone"},
+                // VirtualBox accepted every command, yet still lists the device.
+                {"delete phone", 1, "phone could not be deleted (is it running?)"}});
     QStringList import;
     for (const QStringList &call : standIn.calls()) {
         if (call.value(0) == "import")
             import = call;
     }
-    ASSERT_FALSE(import.isEmpty());
     EXPECT_EQ(import.mid(0, 10), (QStringList{"import", appliance, "--vsys", "0", "--vmname",
-                                              "tablet", "--cpus", "4", "--memory", "1024"}));
-}
-
-TEST(CliDevicesTest, CloneRefusesATakenNameAndReportsAFullDisk)
-{
-    StandIn standIn;
-    scriptEngineStart(standIn);
-    scriptDevice(standIn, {});
-    scriptDevice(standIn, {"tablet", TabletUuid, "powered off", false});
-    standIn.onPrefix({"showvminfo"}, {Answer::fail(1, "Could not find a registered machine\n")});
-    standIn.onPrefix({"clonevm"},
-                     {Answer::fail(1, "VBoxManage: error: Could not create the clone medium "
-                                      "(VERR_DISK_FULL)\n")});
-    scriptEverythingElseSucceeds(standIn);
-    VmtoolsHost host;
-
-    VmtoolsResult result = host.run({"clone", "phone", "tablet", "--json"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.json().value("error"), QJsonValue("a device with that name already exists"));
-    EXPECT_EQ(result.json().value("result"), QJsonValue(3));
-    // Nothing was cloned, and nothing of the existing tablet was cleaned away.
-    EXPECT_FALSE(calledWithPrefix(standIn, {"clonevm"}));
-    EXPECT_FALSE(calledWithPrefix(standIn, {"closemedium"}));
-
-    result = host.run({"clone", "phone", "phone-2"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(result.errLines().contains("vmtools: the disk became full during the clone"))
-        << result.err.toStdString();
-
-    result = host.run({"clone", "phone", "phone"});
-    EXPECT_EQ(result.exitCode, 2);
-}
-
-TEST(CliDevicesTest, DeleteTouchesOnlyDevicesAndChecksThatTheyAreGone)
-{
-    StandIn standIn;
-    scriptEngineStart(standIn);
-    // The user's own machine: no device profile among its properties.
-    standIn.onPrefix({"guestproperty", "enumerate", "Ubuntu"},
-                     {Answer::ok("Name: /VirtualBox/HostInfo/VBoxVer, value: 5.2.44, "
-                                 "timestamp: 1, flags: \n")});
-    scriptDevice(standIn, {});
-    scriptDevice(standIn, {"Ubuntu", "628a6317-792a-45ff-8f0a-de3227f14724"});
-    scriptEverythingElseSucceeds(standIn);
-    VmtoolsHost host;
-
-    VmtoolsResult result = host.run({"delete", "Ubuntu"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(result.errLines().contains("vmtools: \"Ubuntu\" is a VirtualBox machine but not "
-                                           "an Android device; vmtools leaves it alone"))
-        << result.err.toStdString();
-    EXPECT_FALSE(calledWithPrefix(standIn, {"unregistervm"}));
-
-    // VirtualBox accepted every command, yet still lists the device.
-    result = host.run({"delete", "phone"});
-    EXPECT_EQ(result.exitCode, 1);
+                                              "watch", "--cpus", "4", "--memory", "1024"}));
     EXPECT_TRUE(calledWithPrefix(standIn, {"unregistervm", "phone"}));
-    EXPECT_TRUE(result.errLines().contains("vmtools: phone could not be deleted (is it running?)"))
-        << result.err.toStdString();
-}
-
-TEST(CliDevicesTest, RenameRefusesTakenAndBadNames)
-{
-    StandIn standIn;
-    scriptEngineStart(standIn);
-    scriptDevice(standIn, {});
-    scriptDevice(standIn, {"tablet", TabletUuid, "powered off", false});
-    standIn.onPrefix({"modifyvm"}, {Answer::ok()});
-    VmtoolsHost host;
-
-    EXPECT_EQ(host.run({"rename", "phone", "tablet"}).exitCode, 1);
-    EXPECT_EQ(host.run({"rename", "phone", ".."}).exitCode, 2);
-    EXPECT_FALSE(calledWithPrefix(standIn, {"modifyvm"}));
 }

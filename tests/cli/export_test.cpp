@@ -34,34 +34,53 @@ bool waitForCall(const StandIn &standIn, const QString &word, int timeoutMs)
 
 } // namespace
 
-TEST(CliExportTest, CtrlCCancelsTheExportAndLeavesNoFile)
+TEST(CliExportTest, CtrlCCancelsTheExportAndLeavesNoFileWithAStatusLineOnlyOnATerminal)
 {
     StandIn standIn;
-    scriptEngineStart(standIn);
-    scriptDevice(standIn, {});
     // An export that would take a minute and ends on the interrupt, as VBoxManage does.
     standIn.onPrefix({"export"}, {Answer::ok().withDelay(60000).exitingOnSigint(1)});
+    scriptUsualHost(standIn);
     VmtoolsHost host;
     const QString target = host.scratch("phone.ova");
 
-    const auto vmtools = host.start({"export", "phone", target});
+    auto vmtools = host.start({"export", "phone", target});
     ASSERT_TRUE(waitForCall(standIn, "export", 20000)) << "the export never started";
     ::kill(static_cast<pid_t>(vmtools->processId()), SIGINT);
     ASSERT_TRUE(vmtools->waitForFinished(20000)) << "vmtools did not stop on Ctrl-C";
-
     EXPECT_EQ(vmtools->exitCode(), 130);
     const QString err = QString::fromUtf8(vmtools->readAllStandardError());
     EXPECT_TRUE(
         err.contains("vmtools: export of phone cancelled; nothing was written to " + target))
         << err.toStdString();
     EXPECT_FALSE(err.contains('\033')) << "a status line on a pipe";
-    EXPECT_FALSE(QFile::exists(target));
     // Neither the appliance nor the engine's temporary folder beside it is left.
     EXPECT_EQ(QDir(host.scratch()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
               QStringList());
     const QStringList exportCall = standIn.calls().constLast();
     EXPECT_EQ(exportCall.mid(0, 3), (QStringList{"export", "phone", "--output"}));
     EXPECT_TRUE(exportCall.value(3).startsWith(target + "-")) << exportCall.value(3).toStdString();
+
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(terminal, 0);
+    ASSERT_EQ(::grantpt(terminal), 0);
+    ASSERT_EQ(::unlockpt(terminal), 0);
+    ::fcntl(terminal, F_SETFL, O_NONBLOCK);
+    vmtools = host.start({"export", "phone", target}, QString::fromLocal8Bit(::ptsname(terminal)));
+    const QByteArray status = "\r\033[KExporting phone to phone.ova... 0:0";
+    QByteArray shown;
+    for (QDeadlineTimer deadline(20000); !shown.contains(status) && !deadline.hasExpired();) {
+        char buffer[512];
+        const ssize_t n = ::read(terminal, buffer, sizeof buffer);
+        if (n > 0)
+            shown.append(buffer, static_cast<int>(n));
+        else
+            QThread::msleep(50);
+    }
+    ::kill(static_cast<pid_t>(vmtools->processId()), SIGINT);
+    vmtools->waitForFinished(20000);
+    ::close(terminal);
+    EXPECT_TRUE(shown.contains(status)) << shown.toStdString();
+    EXPECT_EQ(vmtools->exitCode(), 130);
 }
 
 TEST(CliInterruptTest, CtrlCElsewhereLetsTheCallFinishAndRunsNothingMore)
@@ -92,96 +111,34 @@ TEST(CliInterruptTest, CtrlCElsewhereLetsTheCallFinishAndRunsNothingMore)
     EXPECT_FALSE(calledWithPrefix(standIn, {"list", "vms"}));
 }
 
-TEST(CliExportTest, OnATerminalTheStatusLineShowsTheWorkAndItsTime)
+TEST(CliExportTest, ExportAndDiskCommandsNeverWriteOverAFileAndReportFailures)
 {
     StandIn standIn;
-    scriptEngineStart(standIn);
-    scriptDevice(standIn, {});
-    standIn.onPrefix({"export"}, {Answer::ok().withDelay(60000).exitingOnSigint(1)});
-    VmtoolsHost host;
-    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_GE(terminal, 0);
-    ASSERT_EQ(::grantpt(terminal), 0);
-    ASSERT_EQ(::unlockpt(terminal), 0);
-    ::fcntl(terminal, F_SETFL, O_NONBLOCK);
-
-    const auto vmtools = host.start({"export", "phone", host.scratch("phone.ova")},
-                                    QString::fromLocal8Bit(::ptsname(terminal)));
-    QByteArray shown;
-    QDeadlineTimer deadline(20000);
-    while (!shown.contains("\r\033[KExporting phone to phone.ova... 0:0") &&
-           !deadline.hasExpired()) {
-        char buffer[512];
-        const ssize_t n = ::read(terminal, buffer, sizeof buffer);
-        if (n > 0)
-            shown.append(buffer, static_cast<int>(n));
-        else
-            QThread::msleep(50);
-    }
-    ::kill(static_cast<pid_t>(vmtools->processId()), SIGINT);
-    vmtools->waitForFinished(20000);
-    ::close(terminal);
-    EXPECT_TRUE(shown.contains("\r\033[KExporting phone to phone.ova... 0:0"))
-        << shown.toStdString();
-    EXPECT_EQ(vmtools->exitCode(), 130);
-}
-
-TEST(CliExportTest, ExportNeverWritesOverAFileAndReportsFailure)
-{
-    StandIn standIn;
-    scriptEngineStart(standIn);
-    scriptDevice(standIn, {});
     standIn.onPrefix({"export"}, {Answer::fail(1, "VBoxManage: error: Appliance write failed\n")});
-    VmtoolsHost host;
-    const QString existing = host.scratch("old.ova");
-    QFile file(existing);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("someone's appliance");
-    file.close();
-
-    VmtoolsResult result = host.run({"export", "phone", existing});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(result.errLines().contains("vmtools: " + existing + " already exists"));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), "someone's appliance");
-    EXPECT_FALSE(calledWithPrefix(standIn, {"export"}));
-
-    const QString target = host.scratch("new.ova");
-    result = host.run({"export", "phone", target, "--json"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.json().value("error"), QJsonValue("phone could not be exported to " + target));
-    EXPECT_FALSE(QFile::exists(target));
-}
-
-TEST(CliExportTest, DiskCommandsProtectExistingFilesAndReportCodes)
-{
-    StandIn standIn;
-    scriptEngineStart(standIn);
     standIn.onPrefix({"clonehd"}, {Answer::fail(1, "VBoxManage: error: Cannot copy\n")});
     standIn.onPrefix({"closemedium"}, {Answer::fail(1, "VBoxManage: error: medium locked\n")});
+    scriptUsualHost(standIn);
     VmtoolsHost host;
-    const QString source = host.scratch("data.vmdk");
-    QFile file(source);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.close();
+    const QString existing = host.scratchFile("old.ova", "someone's appliance");
+    const QString disk = host.scratchFile("data.vmdk", "");
+    const QString target = host.scratch("new.ova");
+    const QString gone = host.scratch("gone.vdi");
 
-    VmtoolsResult result = host.run({"copy-disk", source, source});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_FALSE(calledWithPrefix(standIn, {"clonehd"}));
+    expectRuns(host, {{"export phone " + existing, 1, existing + " already exists"},
+                      {"copy-disk " + disk + " " + disk, 1, disk + " already exists"},
+                      {"delete-disk " + gone, 0, "",
+                       "No disk image at " + gone + "; nothing to delete.\n"}});
+    QFile file(existing);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), "someone's appliance");
+    for (const char *command : {"export", "clonehd", "closemedium"})
+        EXPECT_FALSE(calledWithPrefix(standIn, {command})) << command;
 
-    result = host.run({"copy-disk", source, host.scratch("copy.vmdk"), "--json"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.json().value("error"), QJsonValue("the disk image could not be copied"));
-    EXPECT_EQ(result.json().value("result"), QJsonValue(9));
-
-    result = host.run({"delete-disk", source, "--json"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.json().value("result"), QJsonValue(10));
-
-    standIn.clearCalls();
-    result = host.run({"delete-disk", host.scratch("gone.vdi")});
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.out,
-              "No disk image at " + host.scratch("gone.vdi") + "; nothing to delete.\n");
-    EXPECT_FALSE(calledWithPrefix(standIn, {"closemedium"}));
+    expectRuns(host, {{"export phone " + target + " --json", 1,
+                       "phone could not be exported to " + target},
+                      {"copy-disk " + disk + " " + host.scratch("copy.vmdk") + " --json", 1,
+                       "the disk image could not be copied", R"({"result": 9})"},
+                      {"delete-disk " + disk + " --json", 1, "the disk image could not be deleted",
+                       R"({"result": 10})"}});
+    EXPECT_FALSE(QFile::exists(target));
 }

@@ -1,9 +1,13 @@
 #include "vmtoolshost.h"
 
+#include "printers.h"
 #include "standin.h"
+
+#include <gtest/gtest.h>
 
 #include <QDir>
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
 
 #ifndef VMTOOLS_EXECUTABLE
@@ -37,6 +41,14 @@ QString VmtoolsHost::scratch(const QString &name) const
 {
     const QString folder = m_dir.path() + QStringLiteral("/scratch");
     return name.isEmpty() ? folder : folder + QLatin1Char('/') + name;
+}
+
+QString VmtoolsHost::scratchFile(const QString &name, const QByteArray &contents) const
+{
+    QFile file(scratch(name));
+    file.open(QIODevice::WriteOnly);
+    file.write(contents);
+    return file.fileName();
 }
 
 QProcessEnvironment VmtoolsHost::environment() const
@@ -128,19 +140,12 @@ QString showVmInfo(const DeviceScript &device)
 QString guestProperties()
 {
     QString text;
-    const QList<QPair<QString, QString>> properties{
-        {"android_version", "8.0"},
-        {"vbox_graph_mode", "1080x1920-16"},
-        {"vbox_dpi", "420"},
-        {"quillomate_full_screen", "yes"},
-        {"vkeyboard_mode", "2"},
-        {"hardware_opengl", "1"},
-        {"quillomate_device_id", "358240051111110"},
-        {"product_model", "Pixel 2"},
-    };
-    for (const auto &property : properties)
+    for (const char *property :
+         {"android_version=8.0", "vbox_graph_mode=1080x1920-16", "vbox_dpi=420",
+          "quillomate_full_screen=yes", "vkeyboard_mode=2", "hardware_opengl=1",
+          "quillomate_device_id=358240051111110", "product_model=Pixel 2"})
         text += QStringLiteral("Name: %1, value: %2, timestamp: 1717406031000000000, flags: \n")
-                    .arg(property.first, property.second);
+                    .arg(QString(property).section('=', 0, 0), QString(property).section('=', 1));
     return text;
 }
 
@@ -160,12 +165,6 @@ void scriptDevice(StandIn &standIn, const DeviceScript &device)
                                            "snapshots\n")});
 }
 
-void scriptEverythingElseSucceeds(StandIn &standIn)
-{
-    standIn.onPattern(QStringLiteral(".*"), {Answer::ok()});
-    standIn.onPattern(QStringLiteral(".*"), {Answer::ok()}, QStringLiteral("ip"));
-}
-
 bool calledWithPrefix(const StandIn &standIn, const QStringList &prefix)
 {
     for (const QStringList &args : standIn.calls()) {
@@ -173,4 +172,71 @@ bool calledWithPrefix(const StandIn &standIn, const QStringList &prefix)
             return true;
     }
     return false;
+}
+
+void scriptUsualHost(StandIn &standIn)
+{
+    scriptEngineStart(standIn);
+    scriptDevice(standIn, {});
+    scriptDevice(standIn, {"tablet", "e1a5e766-27cc-4b13-8c81-b69a5aa5dac7", "running", true});
+    standIn.onPattern(QStringLiteral(".*"), {Answer::ok()});
+    standIn.onPattern(QStringLiteral(".*"), {Answer::ok()}, QStringLiteral("ip"));
+}
+
+void scriptNoMachine(StandIn &standIn, const QString &name)
+{
+    standIn.onPrefix({"showvminfo", name},
+                     {Answer::fail(1, QStringLiteral("VBoxManage: error: Could not find a "
+                                                     "registered machine named '%1'\n")
+                                          .arg(name))});
+}
+
+namespace {
+
+std::string jsonText(const QJsonValue &value)
+{
+    return QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact).toStdString();
+}
+
+void expectMembers(const QJsonObject &actual, const QJsonObject &expected)
+{
+    for (auto it = expected.begin(); it != expected.end(); ++it) {
+        SCOPED_TRACE(it.key().toStdString());
+        if (it.value().isObject())
+            expectMembers(actual.value(it.key()).toObject(), it.value().toObject());
+        else
+            EXPECT_EQ(jsonText(actual.value(it.key())), jsonText(it.value()));
+    }
+}
+
+} // namespace
+
+void expectMembers(const QJsonObject &actual, const QString &expected)
+{
+    expectMembers(actual, QJsonDocument::fromJson(expected.toUtf8()).object());
+}
+
+QList<VmtoolsResult> expectRuns(const VmtoolsHost &host, const QList<Expect> &runs)
+{
+    QList<VmtoolsResult> results;
+    for (const Expect &expected : runs) {
+        SCOPED_TRACE(expected.arguments.join(' ').toStdString());
+        results.append(host.run(expected.arguments));
+        const VmtoolsResult &result = results.constLast();
+        EXPECT_EQ(result.exitCode, expected.exitCode) << result.err.toStdString();
+        const bool json = expected.arguments.contains(QStringLiteral("--json"));
+        const QStringList messages = expected.error.split('\n', Qt::SkipEmptyParts);
+        for (const QString &message : messages)
+            EXPECT_TRUE(result.errLines().contains("vmtools: " + message))
+                << result.err.toStdString();
+        if (json && !messages.isEmpty()) {
+            EXPECT_EQ(result.json().value("error").toString(), messages.first());
+        }
+        if (json && !expected.out.isNull()) {
+            expectMembers(result.json(), expected.out);
+        } else if (!expected.out.isNull()) {
+            EXPECT_EQ(result.out, expected.out);
+        }
+    }
+    return results;
 }

@@ -33,6 +33,8 @@ public:
                                     const QString &stderrPath = QString()) const;
     // A scratch folder for files the test hands to vmtools.
     QString scratch(const QString &name = QString()) const;
+    // A file of the scratch folder with these contents; its path.
+    QString scratchFile(const QString &name, const QByteArray &contents) const;
 
 private:
     QProcessEnvironment environment() const;
@@ -53,8 +55,41 @@ struct DeviceScript
 };
 // Answers for looking a device up, by name and by UUID, and for its snapshot list.
 void scriptDevice(StandIn &standIn, const DeviceScript &device);
-// Every other VBoxManage or ip call succeeds with no output.
-void scriptEverythingElseSucceeds(StandIn &standIn);
+
+// The usual host, after the test's own rules: the engine's start-up, a powered-off "phone"
+// and a running "tablet", both with a factory backup; every other call succeeds.
+void scriptUsualHost(StandIn &standIn);
+// VBoxManage knows no machine of that name.
+void scriptNoMachine(StandIn &standIn, const QString &name);
 
 // Whether some call's arguments begin with `prefix`.
 bool calledWithPrefix(const StandIn &standIn, const QStringList &prefix);
+
+// One vmtools run and what it must answer: the exit code; the message it fails with, one a
+// line, each on stderr after "vmtools: " (the first also as "error" of a --json run); when
+// given, the whole standard output, or for a --json run a JSON object whose members (those
+// of nested objects likewise) the output must have.
+struct Expect
+{
+    // Written as one string, the arguments are split at blanks.
+    struct Arguments : QStringList
+    {
+        Arguments(std::initializer_list<QString> list)
+            : QStringList(list)
+        {}
+        Arguments(const QString &line)
+            : QStringList(line.split(' ', Qt::SkipEmptyParts))
+        {}
+        Arguments(const char *line)
+            : Arguments(QString(line))
+        {}
+    };
+    Arguments arguments;
+    int exitCode;
+    QString error = QString();
+    QString out = QString();
+};
+// The results, in order, for checks of the test's own.
+QList<VmtoolsResult> expectRuns(const VmtoolsHost &host, const QList<Expect> &runs);
+// `actual` has the members of the JSON object `expected`, nested objects likewise.
+void expectMembers(const QJsonObject &actual, const QString &expected);

@@ -1,6 +1,8 @@
 // The ustar writer and reader behind the appliance files.
 #include "tar.h"
 
+#include "printers.h"
+
 #include <gtest/gtest.h>
 
 using namespace VBoxSim;

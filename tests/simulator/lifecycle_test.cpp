@@ -16,6 +16,9 @@
 
 namespace {
 
+const char *const Variables[] = {"VBOXSIM_HOME", "VBOXSIM_VERSION", "VBOXSIM_BOOT_MS",
+                                 "VBOXSIM_FAULTS"};
+
 // Puts the stand-in first on PATH and points it at the test's host while it lives.
 class SimulatedVirtualBox
 {
@@ -24,17 +27,14 @@ public:
         : m_oldPath(qgetenv("PATH"))
     {
         qputenv("PATH", QByteArray(VBOXSIM_BIN_DIR) + ':' + m_oldPath);
-        const QProcessEnvironment env = host.environment();
-        for (const char *name :
-             {"VBOXSIM_HOME", "VBOXSIM_VERSION", "VBOXSIM_BOOT_MS", "VBOXSIM_FAULTS"})
-            qputenv(name, env.value(name).toUtf8());
+        for (const char *name : Variables)
+            qputenv(name, host.environment().value(name).toUtf8());
         Settings::remove(QStringLiteral("host.only.interface"));
     }
     ~SimulatedVirtualBox()
     {
         qputenv("PATH", m_oldPath);
-        for (const char *name :
-             {"VBOXSIM_HOME", "VBOXSIM_VERSION", "VBOXSIM_BOOT_MS", "VBOXSIM_FAULTS"})
+        for (const char *name : Variables)
             qunsetenv(name);
     }
 
@@ -52,43 +52,7 @@ std::unique_ptr<VMToolsMachine> machine(VMToolsEngine &engine, const QString &na
     return std::unique_ptr<VMToolsMachine>(engine.getMachine(name));
 }
 
-QString deployDir()
-{
-    return QDir::cleanPath(Paths::getQuillomatePath() + QStringLiteral("/deployed"));
-}
-
-QStringList filesIn(const QString &folder)
-{
-    return QDir(folder).entryList(QDir::Files, QDir::Name);
-}
-
 } // namespace
-
-TEST(SimulatorLifecycle, EngineStartUpCreatesTheHostOnlyInterfaceOnce)
-{
-    SimHost host;
-    SimulatedVirtualBox virtualBox(host);
-
-    LoadStateInfo info;
-    std::unique_ptr<VMToolsEngine> engine = loadEngine(&info);
-    ASSERT_TRUE(engine);
-    EXPECT_EQ(info.state, 0);
-    EXPECT_TRUE(engine->isSystemReady());
-    EXPECT_EQ(engine->getAdapterName(), "vboxnet0");
-    EXPECT_EQ(engine->getMaxCpuCount(), 8u);
-    EXPECT_EQ(engine->getMaxMemory(), 16384u);
-    EXPECT_EQ(Settings::get("host.only.interface").toString(), "vboxnet0");
-    EXPECT_EQ(SimHost::field(host.vbox({"list", "dhcpservers"}).out, "lowerIPAddress:"),
-              "192.168.56.101");
-    engine.reset();
-
-    LoadStateInfo again;
-    engine = loadEngine(&again);
-    ASSERT_TRUE(engine);
-    EXPECT_EQ(again.state, 0);
-    EXPECT_EQ(engine->getAdapterName(), "vboxnet0");
-    EXPECT_EQ(host.vbox({"list", "hostonlyifs"}).out.count("VBoxNetworkName:"), 1);
-}
 
 TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
 {
@@ -98,34 +62,38 @@ TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     LoadStateInfo info;
     std::unique_ptr<VMToolsEngine> engine = loadEngine(&info);
     ASSERT_TRUE(engine);
-    const QString deploy = deployDir();
+    EXPECT_EQ(info.state, 0);
+    EXPECT_TRUE(engine->isSystemReady());
+    EXPECT_EQ(engine->getAdapterName(), "vboxnet0");
+    EXPECT_EQ(engine->getMaxCpuCount(), 8u);
+    EXPECT_EQ(engine->getMaxMemory(), 16384u);
+    EXPECT_EQ(Settings::get("host.only.interface").toString(), "vboxnet0");
+    EXPECT_TRUE(
+        host.vbox({"list", "dhcpservers"}).out.contains("lowerIPAddress: 192.168.56.101\n"));
+    const QString deploy = QDir::cleanPath(Paths::getQuillomatePath() + "/deployed");
 
     // Creation from the sample appliance, with an SD card in place of the appliance's disk.
     ASSERT_EQ(engine->createMachine(VBOXSIM_SAMPLE_OVA, "phone", 2, 2048, 64), 0u);
-    EXPECT_EQ(filesIn(deploy + "/phone"),
+    EXPECT_EQ(QDir(deploy + "/phone").entryList(QDir::Files, QDir::Name),
               (QStringList{"android_data_disk.vmdk", "android_system_disk.vmdk", "phone.vbox",
                            "sdcard.vdi"}));
     EXPECT_TRUE(
-        SimHost::field(host.vbox({"list", "systemproperties"}).out, "Default machine folder:")
-            .endsWith("/VirtualBox VMs"));
+        host.vbox({"list", "systemproperties"})
+            .out.contains("Default machine folder:          " + host.home() + "/VirtualBox VMs\n"));
     const QString info0 = host.vbox({"showvminfo", "phone"}).out;
     EXPECT_TRUE(info0.contains("IDEController (1, 0): " + deploy + "/phone/sdcard.vdi (UUID: "));
     EXPECT_TRUE(info0.contains("Attachment: Host-only Interface 'vboxnet0'"));
 
     // Every command of the diagnostic dumps is answered.
+    std::unique_ptr<VMToolsMachine> phone = machine(*engine, "phone");
+    ASSERT_TRUE(phone);
     QFile dump(host.path("dump.txt"));
-    ASSERT_TRUE(dump.open(QIODevice::WriteOnly));
+    ASSERT_TRUE(dump.open(QIODevice::ReadWrite));
     engine->dumpInfos(&dump);
-    {
-        std::unique_ptr<VMToolsMachine> created = machine(*engine, "phone");
-        ASSERT_TRUE(created);
-        created->dumpInfos(&dump);
-    }
-    dump.close();
-    ASSERT_TRUE(dump.open(QIODevice::ReadOnly));
+    phone->dumpInfos(&dump);
+    dump.seek(0);
     const QString dumped = QString::fromUtf8(dump.readAll());
     EXPECT_TRUE(dumped.startsWith("VBoxManage --version\n5.2.44r139111\n\n\n\n"));
-    EXPECT_TRUE(dumped.contains("VBoxManage list hostonlyifs\nName:            vboxnet0\n"));
     EXPECT_TRUE(dumped.contains("VBoxManage guestproperty enumerate phone\nName: "));
     EXPECT_TRUE(dumped.contains("VBoxManage showvminfo phone --details\nName:            phone\n"));
     // Seven engine blocks and three machine blocks, none of them failing.
@@ -133,8 +101,6 @@ TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     EXPECT_FALSE(dumped.contains("error:"));
 
     // The profile survives a reload.
-    std::unique_ptr<VMToolsMachine> phone = machine(*engine, "phone");
-    ASSERT_TRUE(phone);
     EXPECT_EQ(phone->getResolution(), QSize(768, 1280));
     EXPECT_TRUE(phone->setAndroidVersion("9.0"));
     phone->setResolution(QSize(800, 1280));
@@ -165,7 +131,7 @@ TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     EXPECT_TRUE(phone->canResetToFactory());
     phone->setDensity("120");
     ASSERT_EQ(engine->cloneMachine(phone.get(), "copy", true), 0u);
-    EXPECT_EQ(filesIn(deploy + "/copy").size(), 4);
+    EXPECT_EQ(QDir(deploy + "/copy").entryList(QDir::Files).size(), 4);
     EXPECT_EQ(engine->cloneMachine(phone.get(), "copy", true), 3u);
     std::unique_ptr<VMToolsMachine> copy = machine(*engine, "copy");
     ASSERT_TRUE(copy);
@@ -210,4 +176,15 @@ TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     EXPECT_FALSE(QFileInfo::exists(deploy + "/tablet"));
     EXPECT_EQ(host.vbox({"list", "vms"}).out, "");
     EXPECT_EQ(host.vbox({"list", "hdds"}).out, "");
+
+    // A second start-up uses the host-only interface the first one made.
+    phone.reset();
+    copy.reset();
+    engine.reset();
+    LoadStateInfo again;
+    engine = loadEngine(&again);
+    ASSERT_TRUE(engine);
+    EXPECT_EQ(again.state, 0);
+    EXPECT_EQ(engine->getAdapterName(), "vboxnet0");
+    EXPECT_EQ(host.vbox({"list", "hostonlyifs"}).out.count("VBoxNetworkName:"), 1);
 }

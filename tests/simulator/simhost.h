@@ -2,6 +2,10 @@
 
 // A simulated VirtualBox host of its own for each test, driven through the stand-in
 // programs exactly as the plug-in drives them.
+#include "printers.h"
+
+#include <gtest/gtest.h>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -9,6 +13,8 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QThread>
+
+#include <memory>
 
 struct ToolRun
 {
@@ -49,17 +55,26 @@ public:
         return QStringLiteral(VBOXSIM_BIN_DIR) + '/' + name;
     }
 
+    // A run left going, for tests that interrupt it or race it.
+    std::unique_ptr<QProcess> start(const QStringList &args,
+                                    const QString &tool = QStringLiteral("VBoxManage")) const
+    {
+        auto process = std::make_unique<QProcess>();
+        process->setProcessEnvironment(environment());
+        process->start(program(tool), args);
+        process->waitForStarted();
+        return process;
+    }
+
     ToolRun vbox(const QStringList &args) const { return run(QStringLiteral("VBoxManage"), args); }
     ToolRun ip(const QStringList &args) const { return run(QStringLiteral("ip"), args); }
 
     ToolRun run(const QString &tool, const QStringList &args) const
     {
-        QProcess process;
-        process.setProcessEnvironment(environment());
-        process.start(program(tool), args);
-        process.waitForFinished(60000);
-        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-                QString::fromUtf8(process.readAllStandardError())};
+        const auto process = start(args, tool);
+        process->waitForFinished(60000);
+        return {process->exitCode(), QString::fromUtf8(process->readAllStandardOutput()),
+                QString::fromUtf8(process->readAllStandardError())};
     }
 
     // A host-only interface with the DHCP plan the plug-in sets up.
@@ -74,28 +89,14 @@ public:
     // Imports the sample appliance as `name`, with its disks in the machine folder.
     ToolRun importSample(const QString &name) const
     {
-        const QString folder = path(QStringLiteral("vms/") + name);
-        return vbox({"import",   QStringLiteral(VBOXSIM_SAMPLE_OVA),
-                     "--vsys",   "0",
-                     "--vmname", name,
-                     "--vsys",   "0",
-                     "--unit",   "10",
-                     "--disk",   folder + "/system.vmdk",
-                     "--vsys",   "0",
-                     "--unit",   "11",
-                     "--disk",   folder + "/data.vmdk",
-                     "--vsys",   "0",
-                     "--unit",   "12",
-                     "--disk",   folder + "/sdcard.vmdk"});
-    }
-
-    // The value of one "Label:   value" line of a listing.
-    static QString field(const QString &text, const QString &label)
-    {
-        const QRegularExpression re(QStringLiteral("^") + QRegularExpression::escape(label) +
-                                        QStringLiteral("\\s+(.*)$"),
-                                    QRegularExpression::MultilineOption);
-        return re.match(text).captured(1);
+        QStringList args = {"import", VBOXSIM_SAMPLE_OVA, "--vsys", "0", "--vmname", name};
+        int unit = 10;
+        for (const char *disk : {"system", "data", "sdcard"})
+            args << "--vsys"
+                 << "0"
+                 << "--unit" << QString::number(unit++) << "--disk"
+                 << path(QStringLiteral("vms/%1/%2.vmdk").arg(name, disk));
+        return vbox(args);
     }
 
 private:
@@ -103,3 +104,52 @@ private:
     QString m_version;
     int m_bootMs = 0;
 };
+
+inline QString errorLines(const QStringList &lines)
+{
+    QString text;
+    for (const QString &line : lines)
+        text += QStringLiteral("VBoxManage: error: ") + line + '\n';
+    return text;
+}
+
+// Every one of `parts` is in `text`; a failure names the part that is not.
+inline void expectContains(const QString &text, const QStringList &parts)
+{
+    for (const QString &part : parts)
+        EXPECT_TRUE(text.contains(part)) << "no \"" << qPrintable(part) << "\" in:\n"
+                                         << qPrintable(text);
+}
+
+// One stand-in run and what it must answer: the exit code and, as `check` says, a part or
+// the whole of its error output or of its standard output. The command is split at blanks;
+// "ip ..." runs the ip stand-in. A failed run whose error output is given whole must print
+// nothing on standard output.
+enum Check { ErrHas, ErrIs, OutHas, OutIs };
+struct Expected
+{
+    QString command;
+    int exitCode;
+    QString text = QString();
+    Check check = ErrHas;
+};
+
+inline void expectRuns(const SimHost &host, const QList<Expected> &runs)
+{
+    for (const Expected &expected : runs) {
+        SCOPED_TRACE(expected.command.toStdString());
+        QStringList args = expected.command.split(' ');
+        const QString tool = args.first() == "ip" ? args.takeFirst() : QString("VBoxManage");
+        const ToolRun run = host.run(tool, args);
+        EXPECT_EQ(run.exitCode, expected.exitCode) << qPrintable(run.err);
+        const QString &output = expected.check <= ErrIs ? run.err : run.out;
+        if (expected.check == ErrIs || expected.check == OutIs) {
+            EXPECT_EQ(output, expected.text);
+        } else {
+            EXPECT_TRUE(output.contains(expected.text)) << qPrintable(output);
+        }
+        if (expected.check == ErrIs && expected.exitCode != 0) {
+            EXPECT_EQ(run.out, "");
+        }
+    }
+}
