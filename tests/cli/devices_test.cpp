@@ -49,9 +49,7 @@ TEST(CliDevicesTest, ListShowAndDumpCoverOnlyThisHostsDevices)
     QFile file(dump);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QString dumped = QString::fromUtf8(file.readAll());
-    EXPECT_TRUE(dumped.startsWith("VBoxManage --version\n5.2.44r139111\n\n\n\n"))
-        << dumped.toStdString();
-    EXPECT_TRUE(dumped.contains("VBoxManage list hostinfo\n"));
+    EXPECT_TRUE(dumped.contains("VBoxManage list hostinfo\n")) << dumped.toStdString();
     EXPECT_TRUE(dumped.contains("VBoxManage showvminfo phone --details\n"));
     EXPECT_FALSE(dumped.contains("old contents"));
 }
@@ -105,12 +103,7 @@ TEST(CliDevicesTest, CreateCloneRenameAndDeleteRefuseBadRequestsAndReportFailure
                 {"clone phone phone-2", 1, "the disk became full during the clone"},
                 // VirtualBox accepted every command, yet still lists the device.
                 {"delete phone", 1, "phone could not be deleted (is it running?)"}});
-    QStringList import;
-    for (const QStringList &call : standIn.calls()) {
-        if (call.value(0) == "import")
-            import = call;
-    }
-    EXPECT_EQ(import.mid(0, 10), (QStringList{"import", appliance, "--vsys", "0", "--vmname",
-                                              "watch", "--cpus", "4", "--memory", "1024"}));
+    EXPECT_TRUE(calledWithPrefix(standIn, {"import", appliance, "--vsys", "0", "--vmname", "watch",
+                                           "--cpus", "4", "--memory", "1024"}));
     EXPECT_TRUE(calledWithPrefix(standIn, {"unregistervm", "phone"}));
 }

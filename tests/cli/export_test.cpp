@@ -23,10 +23,8 @@ bool waitForCall(const StandIn &standIn, const QString &word, int timeoutMs)
 {
     QDeadlineTimer deadline(timeoutMs);
     while (!deadline.hasExpired()) {
-        for (const QStringList &call : standIn.calls()) {
-            if (call.value(0) == word)
-                return true;
-        }
+        if (calledWithPrefix(standIn, {word}))
+            return true;
         QThread::msleep(50);
     }
     return false;

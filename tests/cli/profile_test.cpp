@@ -10,15 +10,7 @@
 
 namespace {
 
-QList<QStringList> propertyWrites(const StandIn &standIn)
-{
-    QList<QStringList> result;
-    for (const QStringList &call : standIn.calls()) {
-        if (call.mid(0, 2) == QStringList{"guestproperty", "set"})
-            result.append(call.mid(2));
-    }
-    return result;
-}
+const QStringList PropertyWrite{"guestproperty", "set"};
 
 } // namespace
 
@@ -53,7 +45,7 @@ TEST(CliProfileTest, GetSetAndNetworkCheckEveryValueBeforeWritingAny)
          {"network phone wifi", 2}});
     EXPECT_TRUE(results[3].err.contains("unknown profile value \"colour\"; known: resolution, "))
         << results[3].err.toStdString();
-    EXPECT_TRUE(propertyWrites(standIn).isEmpty());
+    EXPECT_FALSE(calledWithPrefix(standIn, PropertyWrite));
     EXPECT_FALSE(calledWithPrefix(standIn, {"modifyvm"}));
 
     expectRuns(host, {{{"set", "phone", "resolution", "720x1280", "full-screen", "off", "device-id",
@@ -63,10 +55,11 @@ TEST(CliProfileTest, GetSetAndNetworkCheckEveryValueBeforeWritingAny)
                        R"({"changed": {"resolution": "720x1280", "full-screen": false}})"},
                       {"network phone nat", 0}});
     EXPECT_TRUE(calledWithPrefix(standIn, {"modifyvm", "phone", "--nic2", "nat"}));
-    EXPECT_EQ(propertyWrites(standIn),
-              (QList<QStringList>{{"phone", "vbox_graph_mode", "720x1280-16"},
-                                  {"phone", "quillomate_full_screen", "no"},
-                                  {"phone", "quillomate_device_id", "[none]"}}));
+    EXPECT_EQ(
+        callsWith(standIn, PropertyWrite),
+        (QList<QStringList>{{"guestproperty", "set", "phone", "vbox_graph_mode", "720x1280-16"},
+                            {"guestproperty", "set", "phone", "quillomate_full_screen", "no"},
+                            {"guestproperty", "set", "phone", "quillomate_device_id", "[none]"}}));
 
     // setDensity reports nothing itself: the unchanged value tells.
     standIn.clearCalls();
@@ -75,5 +68,5 @@ TEST(CliProfileTest, GetSetAndNetworkCheckEveryValueBeforeWritingAny)
                            "VirtualBox did not take density 480 for phone"}})
             .first();
     EXPECT_EQ(refused.json().value("changed").toObject().keys(), QStringList{"camera"});
-    EXPECT_EQ(propertyWrites(standIn).size(), 2); // camera, then the refused density
+    EXPECT_EQ(callsWith(standIn, PropertyWrite).size(), 2); // camera, then the refused density
 }

@@ -10,10 +10,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
-#ifndef VMTOOLS_EXECUTABLE
-#error "VMTOOLS_EXECUTABLE must name the vmtools program"
-#endif
-
 QJsonObject VmtoolsResult::json() const
 {
     return QJsonDocument::fromJson(out.toUtf8()).object();
@@ -165,13 +161,19 @@ void scriptDevice(StandIn &standIn, const DeviceScript &device)
                                            "snapshots\n")});
 }
 
-bool calledWithPrefix(const StandIn &standIn, const QStringList &prefix)
+QList<QStringList> callsWith(const StandIn &standIn, const QStringList &prefix)
 {
+    QList<QStringList> calls;
     for (const QStringList &args : standIn.calls()) {
         if (args.mid(0, prefix.size()) == prefix)
-            return true;
+            calls.append(args);
     }
-    return false;
+    return calls;
+}
+
+bool calledWithPrefix(const StandIn &standIn, const QStringList &prefix)
+{
+    return !callsWith(standIn, prefix).isEmpty();
 }
 
 void scriptUsualHost(StandIn &standIn)

@@ -62,7 +62,8 @@ void scriptUsualHost(StandIn &standIn);
 // VBoxManage knows no machine of that name.
 void scriptNoMachine(StandIn &standIn, const QString &name);
 
-// Whether some call's arguments begin with `prefix`.
+// The VBoxManage calls whose arguments begin with `prefix`, in order; whether there is one.
+QList<QStringList> callsWith(const StandIn &standIn, const QStringList &prefix);
 bool calledWithPrefix(const StandIn &standIn, const QStringList &prefix);
 
 // One vmtools run and what it must answer: the exit code; the message it fails with, one a

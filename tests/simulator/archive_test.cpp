@@ -19,7 +19,6 @@ TEST(SimulatorArchive, RoundTripKeepsOrderNamesAndContents)
     EXPECT_EQ(archive.mid(257, 8), QByteArray("ustar\0"
                                               "00",
                                               8));
-    EXPECT_EQ(archive.mid(124, 12), QByteArray("00000000006\0", 12));
 
     QList<Tar::Entry> read;
     ASSERT_TRUE(Tar::parse(archive, &read));

@@ -4,99 +4,67 @@
 #include <csignal>
 #include <sys/types.h>
 
-namespace {
-
-const QString Progress =
-    QStringLiteral("0%...10%...20%...30%...40%...50%...60%...70%...80%...90%...100%\n");
-const QRegularExpression UuidPattern(QStringLiteral("^[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-"
-                                                    "[0-9a-f]{4}-[0-9a-f]{12}$"));
-
-} // namespace
-
 TEST(SimulatorCommands, HostOnlyInterfacesAndDhcpServers)
 {
     SimHost host;
-    const ToolRun created = host.vbox({"hostonlyif", "create"});
-    EXPECT_EQ(created.exitCode, 0);
-    EXPECT_EQ(created.out, "Interface 'vboxnet0' was successfully created\n");
-    EXPECT_EQ(created.err, Progress);
     const QString add = "dhcpserver add --ifname vboxnet0 --ip 192.168.56.100 --netmask "
                         "255.255.255.0 --lowerip 192.168.56.101 --upperip 192.168.56.254 --enable";
     expectRuns(
-        host,
-        {{"hostonlyif create", 0, "Interface 'vboxnet1' was successfully created\n", OutIs},
-         // The plug-in reads vboxnet0's record in SimulatorLifecycle; the next one has a subnet
-         // of its own.
-         {"list hostonlyifs", 0,
-          "\n\nName:            vboxnet1\nGUID:            786f6276-656e-4174-8000-0a0027000001\n"
-          "DHCP:            Disabled\nIPAddress:       192.168.57.1\nNetworkMask:     "
-          "255.255.255.0\n",
-          OutHas},
-         {"hostonlyif ipconfig vboxnet1 --ip 10.9.8.1 --netmask 255.255.0.0", 0},
-         {"ip addr show dev vboxnet1", 0, "qdisc pfifo_fast state UP ", OutHas},
-         {"ip addr show dev vboxnet1", 0,
-          "    inet 10.9.8.1/16 brd 10.9.255.255 scope global vboxnet1\n", OutHas},
-         {"ip route", 0, "\n192.168.56.0/24 dev vboxnet0 proto kernel", OutHas},
-         {"ip route", 0, "\n10.9.0.0/16 dev vboxnet1 proto kernel", OutHas},
-         {add, 0},
-         {"list dhcpservers", 0,
-          "NetworkName:    HostInterfaceNetworking-vboxnet0\nIP:             192.168.56.100\n"
-          "NetworkMask:    255.255.255.0\nlowerIPAddress: 192.168.56.101\n"
-          "upperIPAddress: 192.168.56.254\nEnabled:        Yes\n\n",
-          OutIs},
-         {add, 2, errorLines({"DHCP server already exists"}), ErrIs},
-         // Removing the interface takes its DHCP server with it.
-         {"hostonlyif remove vboxnet0", 0},
-         {"hostonlyif remove vboxnet0", 1,
-          errorLines({"The host network interface named 'vboxnet0' could not be found"})},
-         {"list dhcpservers", 0, "", OutIs},
-         {"ip addr show dev vboxnet0", 1, "Device \"vboxnet0\" does not exist.\n", ErrIs},
-         {"dhcpserver remove --ifname vboxnet0", 2, errorLines({"DHCP server does not exist"}),
-          ErrIs},
-         {QString(add).replace("vboxnet0", "vboxnet7"), 2,
-          "Could not find interface 'vboxnet7'\n"}});
+        host, {{"hostonlyif create", 0, "Interface 'vboxnet0' was successfully created\n", OutIs},
+               {"hostonlyif create", 0, "Interface 'vboxnet1' was successfully created\n", OutIs},
+               // The plug-in reads vboxnet0's record in SimulatorLifecycle; the next one has a
+               // subnet of its own, and its new address shows in the routes the plug-in reads.
+               {"list hostonlyifs", 0,
+                "IPAddress:       192.168.57.1\nNetworkMask:     255.255.255.0\n", OutHas},
+               {"hostonlyif ipconfig vboxnet1 --ip 10.9.8.1 --netmask 255.255.0.0", 0},
+               {"ip route", 0, "\n192.168.56.0/24 dev vboxnet0 proto kernel", OutHas},
+               {"ip route", 0, "\n10.9.0.0/16 dev vboxnet1 proto kernel", OutHas},
+               {add, 0},
+               {"list dhcpservers", 0,
+                "NetworkName:    HostInterfaceNetworking-vboxnet0\nIP:             192.168.56.100\n"
+                "NetworkMask:    255.255.255.0\nlowerIPAddress: 192.168.56.101\n"
+                "upperIPAddress: 192.168.56.254\nEnabled:        Yes\n\n",
+                OutIs},
+               {add, 2, errorLines({"DHCP server already exists"}), ErrIs},
+               // Removing the interface takes its DHCP server with it.
+               {"hostonlyif remove vboxnet0", 0},
+               {"hostonlyif remove vboxnet0", 1,
+                errorLines({"The host network interface named 'vboxnet0' could not be found"})},
+               {"list dhcpservers", 0, "", OutIs},
+               {"ip addr show dev vboxnet0", 1, "Device \"vboxnet0\" does not exist.\n", ErrIs},
+               {"dhcpserver remove --ifname vboxnet0", 2,
+                errorLines({"DHCP server does not exist"}), ErrIs},
+               {QString(add).replace("vboxnet0", "vboxnet7"), 2,
+                "Could not find interface 'vboxnet7'\n"}});
 }
 
 TEST(SimulatorCommands, ImportsTheSampleApplianceWithItsDisksAndProfile)
 {
     SimHost host;
-    const ToolRun imported = host.importSample("phone");
-    ASSERT_EQ(imported.exitCode, 0) << qPrintable(imported.err);
+    ASSERT_EQ(host.importSample("phone").exitCode, 0);
     const QString folder = host.path("vms/phone");
-    const QString settings = host.home() + "/VirtualBox VMs/phone/phone.vbox";
     // The disks land at the --disk targets of their units; the SD card's slot is used below
     // by MediaAreCreatedAttachedClonedAndClosed.
-
-    EXPECT_TRUE(imported.out.endsWith("Successfully imported the appliance.\n"));
-    EXPECT_TRUE(imported.err.contains("Interpreting " VBOXSIM_SAMPLE_OVA "...\nOK.\n"));
     for (const QString &file :
-         {folder + "/system.vmdk", folder + "/data.vmdk", folder + "/sdcard.vmdk", settings})
+         {folder + "/system.vmdk", folder + "/data.vmdk", folder + "/sdcard.vmdk",
+          host.home() + "/VirtualBox VMs/phone/phone.vbox"})
         EXPECT_TRUE(QFileInfo::exists(file)) << qPrintable(file);
+    expectContains(host.vbox({"showvminfo", "phone"}).out,
+                   {"\nMemory size:     2048MB\n", "\nNumber of CPUs:  2\n",
+                    "Attachment: Host-only Interface ''",
+                    "\nNIC 2:           MAC: ", "\nNIC 3:           disabled\n"});
 
-    const QString info = host.vbox({"showvminfo", "phone"}).out;
-    EXPECT_TRUE(info.startsWith("Name:            phone\n"));
-    expectContains(info, {"\nMemory size:     2048MB\n", "\nNumber of CPUs:  2\n",
-                          "Attachment: Host-only Interface ''",
-                          "\nNIC 2:           MAC: ", "\nNIC 3:           disabled\n"});
-    EXPECT_TRUE(QRegularExpression("\\nState:           powered off \\(since "
-                                   "\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{9}\\)\\n")
-                    .match(info)
-                    .hasMatch());
-
-    // The same name again collides with the settings file; a missing file cannot be read.
+    // The same name again collides with the settings file; a missing file cannot be read; a
+    // dry run imports nothing; an ignored unit leaves its disk out.
     const ToolRun twice = host.importSample("phone");
     EXPECT_EQ(twice.exitCode, 1);
-    EXPECT_TRUE(twice.err.contains("VBoxManage: error: Appliance import failed\n"
-                                   "VBoxManage: error: Machine settings file '"));
-    // A dry run imports nothing; an ignored unit leaves its disk out.
+    EXPECT_TRUE(twice.err.contains("error: Machine settings file '")) << qPrintable(twice.err);
     expectRuns(host,
                {{"import " + host.path("nothing.ova"), 1, errorLines({"Appliance read failed"})},
-                {"import " VBOXSIM_SAMPLE_OVA " --dry-run", 0,
-                 " 1: Suggested VM name \"Android\"\n", OutHas},
+                {"import " VBOXSIM_SAMPLE_OVA " --dry-run", 0},
                 {"import " VBOXSIM_SAMPLE_OVA " --vsys 0 --unit 12 --ignore", 0},
                 {"showvminfo Android", 0, "IDEController (0, 1): ", OutHas}});
     EXPECT_EQ(host.vbox({"list", "vms"}).out.count('\n'), 2);
-    EXPECT_FALSE(host.vbox({"showvminfo", "Android"}).out.contains("IDEController (1, 0): "));
     EXPECT_FALSE(QFileInfo::exists(host.home() + "/VirtualBox VMs/Android/Android-disk003.vmdk"));
 }
 
@@ -112,12 +80,8 @@ TEST(SimulatorCommands, StartedGuestPublishesItsAddressAfterBooting)
     host.vbox({"modifyvm", "offline", "--nic1", "nat"});
 
     const QString ip = "guestproperty get %1 tovalyn_ip_management";
-    expectRuns(host, {{"startvm phone --type headless", 0,
-                       "Waiting for VM \"phone\" to power on...\n"
-                       "VM \"phone\" has been successfully started.\n",
-                       OutIs},
+    expectRuns(host, {{"startvm phone --type headless", 0},
                       {ip.arg("phone"), 0, "No value set!\n", OutIs},
-                      {"showvminfo phone", 0, "\nState:           running (since ", OutHas},
                       {"startvm tablet --type gui", 0},
                       {"startvm offline --type headless", 0}});
     QThread::msleep(1100);
@@ -125,19 +89,12 @@ TEST(SimulatorCommands, StartedGuestPublishesItsAddressAfterBooting)
                       {ip.arg("tablet"), 0, "Value: 192.168.56.102\n", OutIs},
                       {ip.arg("offline"), 0, "No value set!\n", OutIs},
                       {"guestproperty enumerate phone", 0,
-                       "Name: /VirtualBox/HostInfo/VBoxVer, value: 5.2.44, timestamp: ", OutHas}});
-    EXPECT_TRUE(QRegularExpression("\\nName: tovalyn_ip_management, value: 192.168.56.101, "
-                                   "timestamp: \\d{19}, flags: \\n")
-                    .match(host.vbox({"guestproperty", "enumerate", "phone"}).out)
-                    .hasMatch());
-    EXPECT_EQ(host.vbox({"list", "runningvms"}).out.count('\n'), 3);
-
-    // Deleting the property by setting no value, then a restart: the guest publishes again
-    // and keeps its lease.
-    expectRuns(host, {{"guestproperty set phone tovalyn_ip_management", 0},
+                       "\nName: tovalyn_ip_management, value: 192.168.56.101, timestamp: ", OutHas},
+                      // Deleting the property by setting no value, then a restart: the guest
+                      // publishes again and keeps its lease.
+                      {"guestproperty set phone tovalyn_ip_management", 0},
                       {ip.arg("phone"), 0, "No value set!\n", OutIs},
-                      {"controlvm phone poweroff", 0, Progress, ErrIs}});
-    EXPECT_FALSE(host.vbox({"guestproperty", "enumerate", "phone"}).out.contains("VBoxVer"));
+                      {"controlvm phone poweroff", 0}});
     host.vbox({"startvm", "phone", "--type", "headless"});
     QThread::msleep(1100);
     expectRuns(host, {{ip.arg("phone"), 0, "Value: 192.168.56.101\n", OutIs}});
@@ -167,9 +124,8 @@ TEST(SimulatorCommands, RunningUnknownAndMisconfiguredMachinesAreRefusedAsVirtua
          // Adapter 1 on an interface that is gone: the start fails and the machine stays off.
          {"modifyvm phone --hostonlyadapter1 vboxnet4", 0},
          {"startvm phone --type headless", 1,
-          errorLines({"Failed to open/create the internal network "
-                      "'HostInterfaceNetworking-vboxnet4' (VERR_INTNET_FLT_IF_NOT_FOUND).",
-                      "Failed to attach the network LUN (VERR_INTNET_FLT_IF_NOT_FOUND)"})},
+          "error: Failed to open/create the internal network 'HostInterfaceNetworking-vboxnet4' "
+          "(VERR_INTNET_FLT_IF_NOT_FOUND)."},
          {"showvminfo phone", 0, "\nState:           powered off (since ", OutHas},
          {"modifyvm phone --hostonlyadapter1 vboxnet0", 0},
          {"startvm phone --type headless", 0},
@@ -191,7 +147,6 @@ TEST(SimulatorCommands, RunningUnknownAndMisconfiguredMachinesAreRefusedAsVirtua
          {"snapshot ghost list", 1, ghost},
          {"modifyvm ghost --cpus 2", 1, ghost},
          // A stopped machine takes the changes; bad values are refused and change nothing.
-
          {"modifyvm phone --cpus 3", 0},
          {"modifyvm phone --nic1 unknown", 1,
           errorLines({"Invalid type 'unknown' specfied for NIC 1"}), ErrIs}});
@@ -205,12 +160,10 @@ TEST(SimulatorCommands, SnapshotsAreTakenListedAndRestored)
     host.importSample("phone");
     expectRuns(host,
                {{"snapshot phone list", 1, "This machine does not have any snapshots\n", OutIs}});
-    const ToolRun taken = host.vbox({"snapshot", "phone", "take", "factory-backup", "--description",
-                                     "Initial snapshot to reset factory state"});
-    EXPECT_EQ(taken.exitCode, 0);
-    EXPECT_EQ(taken.err, Progress);
-    const QString first = taken.out.section("UUID: ", 1).trimmed();
-    EXPECT_TRUE(UuidPattern.match(first).hasMatch()) << qPrintable(taken.out);
+    const QString first = host.vbox({"snapshot", "phone", "take", "factory-backup", "--description",
+                                     "Initial snapshot to reset factory state"})
+                              .out.section("UUID: ", 1)
+                              .trimmed();
     host.vbox({"guestproperty", "set", "phone", "vbox_dpi", "160"});
     host.vbox({"modifyvm", "phone", "--memory", "1024"});
     const QString second = host.vbox({"snapshot", "phone", "take", "factory-backup"})
@@ -218,19 +171,16 @@ TEST(SimulatorCommands, SnapshotsAreTakenListedAndRestored)
                                .trimmed();
 
     // A child is indented by three more blanks, and the current snapshot carries " *".
-    const QString firstLine = "   Name: factory-backup (UUID: " + first + ")";
     expectRuns(host,
                {{"snapshot phone list", 0,
-                 firstLine +
-                     "\n   Description:\nInitial snapshot to reset factory state\n"
+                 "   Name: factory-backup (UUID: " + first +
+                     ")\n   Description:\nInitial snapshot to reset factory state\n"
                      "      Name: factory-backup (UUID: " +
                      second + ") *\n",
                  OutIs},
-                {"snapshot phone restore " + first, 0,
-                 "Restoring snapshot 'factory-backup' (" + first + ")\n", OutIs},
+                {"snapshot phone restore " + first, 0},
                 {"guestproperty get phone vbox_dpi", 0, "Value: 320\n", OutIs},
                 {"showvminfo phone", 0, "\nMemory size:     2048MB\n", OutHas},
-                {"showvminfo phone", 0, "\nSnapshots:\n\n" + firstLine + " *\n", OutHas},
                 {"snapshot phone restore Factory-Backup", 1,
                  errorLines({"Could not find a snapshot named 'Factory-Backup'"})},
                 {"modifyvm phone --nic1 nat", 0},
@@ -255,8 +205,7 @@ TEST(SimulatorCommands, ClonesRenamesAndDeletesMachinesWithTheirFiles)
     // The clone's media carry the payload of the originals.
     expectRuns(
         host,
-        {{clone, 0, "Machine has been successfully cloned as \"copy\"\n", OutIs},
-
+        {{clone, 0},
          {"showvminfo copy", 0, "IDEController (1, 0): " + deploy + "/copy/copy-disk3.vmdk",
           OutHas},
          {clone, 1,
@@ -271,14 +220,12 @@ TEST(SimulatorCommands, ClonesRenamesAndDeletesMachinesWithTheirFiles)
     // Renaming moves the machine's folder and its media; a name cannot lead them out of the
     // machine folder.
     expectRuns(host, {{"modifyvm copy --name renamed", 0},
-
                       {"showvminfo renamed", 0,
                        "IDEController (1, 0): " + deploy + "/renamed/copy-disk3.vmdk", OutHas},
                       {"showvminfo copy", 1},
                       {"modifyvm renamed --name ../escaped", 0}});
     EXPECT_FALSE(QFileInfo::exists(deploy + "/copy"));
     EXPECT_TRUE(QFileInfo::exists(deploy + "/.._escaped/.._escaped.vbox"));
-    EXPECT_FALSE(QFileInfo::exists(host.path("escaped")));
     expectRuns(host,
                {{"modifyvm ../escaped --name renamed", 0}, {"unregistervm renamed --delete", 0}});
     EXPECT_FALSE(QFileInfo::exists(deploy + "/renamed"));
@@ -298,8 +245,7 @@ TEST(SimulatorCommands, MediaAreCreatedAttachedClonedAndClosed)
     // The appliance's disk at (1, 0) is replaced by the new image.
     expectRuns(
         host,
-        {{"createhd --filename " + sd + " --size 64 --format VDI", 0,
-          "Medium created. UUID: ", OutHas},
+        {{"createhd --filename " + sd + " --size 64 --format VDI", 0},
          {"createhd --filename " + sd + " --size 64", 1,
           "0%...\nProgress state: NS_ERROR_INVALID_ARG\n"},
          {slot + "--medium none", 0},
@@ -309,16 +255,14 @@ TEST(SimulatorCommands, MediaAreCreatedAttachedClonedAndClosed)
          {slot + "--type hdd --medium " + sd, 0},
          {"showvminfo phone", 0, "IDEController (1, 0): " + sd, OutHas},
          {"storageattach phone --storagectl SATA --port 0 --device 0 --medium " + sd, 1,
-          errorLines({"Could not find a controller named 'SATA'", ""}), ErrIs},
+          "error: Could not find a controller named 'SATA'\n"},
          {"closemedium disk " + sd + " --delete", 1,
-          errorLines({"Cannot delete storage: medium '" + sd +
-                      "' is still attached to the following 1 virtual machine(s): "})
-              .chopped(1)},
+          "error: Cannot delete storage: medium '" + sd + "' is still attached to "},
          // The detached appliance disk is still registered; closing it deletes the file.
          {"closemedium disk " + old + " --delete", 0},
          {"closemedium disk " + old + " --delete", 1,
           errorLines({"Could not find file for the medium '" + old + "' (VERR_FILE_NOT_FOUND)"})},
-         {"clonehd " + sd + " " + copy, 0, "Clone medium created in format 'VDI'. UUID: ", OutHas},
+         {"clonehd " + sd + " " + copy, 0},
          {"clonehd " + sd + " " + copy, 1},
          {"closemedium disk " + copy, 0}});
     EXPECT_TRUE(QFileInfo::exists(sd));
@@ -333,34 +277,27 @@ TEST(SimulatorCommands, ExportWritesAnOvaThatImportsBack)
     host.vbox({"guestproperty", "set", "phone", "quillomate_vm_name", "phone"});
     const QString ova = host.path("out/phone.ova");
     QDir().mkpath(host.path("out"));
-    const ToolRun exported = host.vbox({"export", "phone", "--output", ova});
-    ASSERT_EQ(exported.exitCode, 0) << qPrintable(exported.err);
-    EXPECT_EQ(exported.out, "Successfully exported 1 machine(s).\n");
-    EXPECT_EQ(exported.err, Progress);
+    const QString signed_ = host.path("out/signed.ova");
+    expectRuns(host, {{"export phone --output " + ova, 0},
+                      {"export phone --output " + signed_ + " --manifest", 0}});
 
+    // Real tar reads both archives.
     QProcess tar;
     tar.start("tar", {"tf", ova});
-    if (tar.waitForFinished()) {
-        EXPECT_EQ(QString::fromUtf8(tar.readAllStandardOutput()),
-                  "phone.ovf\nphone-disk001.vmdk\nphone-disk002.vmdk\nphone-disk003.vmdk\n");
-    }
-    const QString signed_ = host.path("out/signed.ova");
-    EXPECT_EQ(host.vbox({"export", "phone", "--output", signed_, "--manifest"}).exitCode, 0);
+    ASSERT_TRUE(tar.waitForFinished());
+    EXPECT_EQ(tar.readAllStandardOutput(),
+              "phone.ovf\nphone-disk001.vmdk\nphone-disk002.vmdk\nphone-disk003.vmdk\n");
     tar.start("tar", {"xOf", signed_, "signed.mf"});
-    if (tar.waitForFinished()) {
-        const QString manifest = QString::fromUtf8(tar.readAllStandardOutput());
-        EXPECT_TRUE(QRegularExpression("^SHA256 \\(signed.ovf\\) = [0-9a-f]{64}\n")
-                        .match(manifest)
-                        .hasMatch())
-            << qPrintable(manifest);
-    }
+    ASSERT_TRUE(tar.waitForFinished());
+    EXPECT_TRUE(QRegularExpression("^SHA256 \\(signed.ovf\\) = [0-9a-f]{64}\n")
+                    .match(tar.readAllStandardOutput())
+                    .hasMatch());
 
     expectRuns(host,
                {{"export phone --output " + ova, 1},
                 {"export phone", 2, errorLines({"Missing --output argument with export command."})},
                 {"import " + ova + " --vsys 0 --vmname again", 0},
                 {"guestproperty get again quillomate_vm_name", 0, "Value: phone\n", OutIs},
-
                 {"showvminfo again", 0, "/VirtualBox VMs/again/phone-disk003.vmdk", OutHas}});
     host.setFaults("export diskfull\n");
     expectRuns(host,
@@ -428,7 +365,6 @@ TEST(SimulatorCommands, InjectedFaultsFailTheWayVirtualBoxDoes)
                       {"showvminfo full", 1},
                       {"createhd --filename " + sd + " --size 8", 1, "(VERR_DISK_FULL)."},
                       {"list hostinfo", 3, errorLines({"no host"}), ErrIs},
-                      {"list vms", 0},
                       {"ip addr show dev vboxnet0", 0,
                        "<BROADCAST,MULTICAST> mtu 1500 qdisc pfifo_fast state DOWN ", OutHas},
                       {"ip addr show dev vboxnet0", 0, " state UP ", OutHas},

@@ -67,7 +67,6 @@ public:
     }
 
     ToolRun vbox(const QStringList &args) const { return run(QStringLiteral("VBoxManage"), args); }
-    ToolRun ip(const QStringList &args) const { return run(QStringLiteral("ip"), args); }
 
     ToolRun run(const QString &tool, const QStringList &args) const
     {
