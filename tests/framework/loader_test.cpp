@@ -82,40 +82,25 @@ TEST_F(LoaderTest, MissingLibraryFactoryOrEngineFailsAndLeavesTheRecordUntouched
                   untouched);
 }
 
-TEST_F(LoaderTest, ReadyAndUsableEnginesAreReturnedWithTheirState)
+// State 3 (the old interface could not be removed) keeps the engine as state 0 does; for any
+// other state the loader itself deletes the engine before it reports the failure.
+TEST_F(LoaderTest, InitializationStateDecidesWhetherTheEngineIsKept)
 {
     installPlugin(FAKE_ENGINE_PLUGIN);
     const HostProcessor host = hostProcessor();
     const QStringList loading = QStringList{LoadingLine, LoadedLine} + host.constructorLines;
-    const QString versionLine =
-        QStringLiteral("log debug [VBox] VM engine version: \"1.2.3-fake\"");
 
-    // State 3 (the old interface could not be removed) keeps the engine as state 0 does.
-    for (const QString state : {"0", "3"}) {
-        const QString message = state == "0" ? "" : "Old interface \"vboxnet0\" kept";
+    for (const QString state : {"0", "3", "1", "2", "4", "-1"}) {
+        SCOPED_TRACE(state.toStdString());
+        const QString message = state == "0" ? "" : "message of state " + state;
         m_host.setEnv("FAKE_ENGINE_STATE", state);
         m_host.setEnv("FAKE_ENGINE_MESSAGE", message);
-        EXPECT_EQ(m_host.run({"load"}).lines,
-                  loading + QStringList({versionLine, "engine yes", "state " + state,
-                                         "message " + message, "version 1.2.3-fake",
-                                         host.virtualizationLine, Deleted}));
-    }
-}
-
-TEST_F(LoaderTest, FailedInitializationDeletesTheEngineAndReportsItsState)
-{
-    installPlugin(FAKE_ENGINE_PLUGIN);
-    const QStringList loading =
-        QStringList{LoadingLine, LoadedLine} + hostProcessor().constructorLines;
-
-    for (const QString state : {"1", "2", "4", "-1"}) {
-        SCOPED_TRACE(state.toStdString());
-        m_host.setEnv("FAKE_ENGINE_STATE", state);
-        m_host.setEnv("FAKE_ENGINE_MESSAGE", "VirtualBox is not installed");
-        const ProbeRun run = m_host.run({"load"});
-        // The loader itself deletes the engine before it reports the failure.
-        EXPECT_EQ(run.lines,
-                  loading + QStringList({Deleted, failLine(), "engine no", "state " + state,
-                                         "message VirtualBox is not installed"}));
+        const QStringList record = {"state " + state, "message " + message};
+        const QStringList outcome =
+            state == "0" || state == "3"
+                ? QStringList{"log debug [VBox] VM engine version: \"1.2.3-fake\"", "engine yes"} +
+                      record + QStringList{"version 1.2.3-fake", host.virtualizationLine, Deleted}
+                : QStringList{Deleted, failLine(), "engine no"} + record;
+        EXPECT_EQ(m_host.run({"load"}).lines, loading + outcome);
     }
 }

@@ -9,66 +9,25 @@ using ::testing::InSequence;
 using ::testing::Return;
 using ::testing::StrictMock;
 
-// The host passes these values through the virtual tables as plain integers.
-TEST(MachineTest, EnumerationValuesAndTheirNames)
+// Each state by its constant, then values past the table, which read as "On", never
+// "Unknown". Adapter types other than the two named ones read as "null".
+TEST(MachineTest, StatusAndAdapterTypeNames)
 {
-    struct Case
-    {
-        int value;
-        int expected;
-        const char *status;
-    };
-    const QList<Case> cases = {
-        {VMToolsMachine::Unknown, 0, "Unknown"},
-        {VMToolsMachine::On, 1, "On"},
-        {VMToolsMachine::Off, 2, "Off"},
-        {VMToolsMachine::Paused, 3, "Paused"},
-        {VMToolsMachine::Process, 4, "Process"},
-        {VMToolsMachine::Aborted, 5, "Aborted"},
-        {VMToolsMachine::NoAdapter, 0, nullptr},
-        {VMToolsMachine::OtherAdapter, 1, nullptr},
-        {VMToolsMachine::HostOnlyAdapter, 2, nullptr},
-        {VMToolsMachine::UnknownConnection, 0, nullptr},
-        {VMToolsMachine::NatConnection, 1, nullptr},
-        {VMToolsMachine::BridgedConnection, 2, nullptr},
-        {VMToolsMachine::HeadlessLaunch, 0, nullptr},
-        {VMToolsMachine::GuiLaunch, 1, nullptr},
-        {PrimaryPort, 0, nullptr},
-        {SecondaryPort, 1, nullptr},
-        {MasterDevice, 0, nullptr},
-        {SlaveDevice, 1, nullptr},
-    };
-    for (const Case &c : cases) {
-        EXPECT_EQ(c.value, c.expected) << c.status;
-        if (c.status) {
-            EXPECT_EQ(VMToolsMachine::getStatusString(VMToolsMachine::State(c.value)), c.status);
-        }
-    }
-    // Values past the table read as "On", never "Unknown".
-    for (int past : {6, 100, 0x7fffffff})
-        EXPECT_EQ(VMToolsMachine::getStatusString(VMToolsMachine::State(past)), "On") << past;
-    const QStringList adapters = {"null", "unknown", "hostonly", "null", "null"};
-    for (int value : {0, 1, 2, 3, -1}) {
-        EXPECT_EQ(VMToolsMachine::getAdapterTypeString(VMToolsMachine::AdapterType(value)),
-                  adapters.at(value < 0 ? 4 : value));
-    }
-    EXPECT_EQ(sizeof(VMToolsMachine::State), 4u);
-}
-
-TEST(MachineTest, ConnectionInfoRecords)
-{
-    const VMToolsMachine::ConnectionInfo bridged(VMToolsMachine::BridgedConnection, "eth0");
-    EXPECT_EQ(bridged.type(), VMToolsMachine::BridgedConnection);
-    EXPECT_EQ(bridged.name(), "eth0");
-    const auto nat = VMToolsMachine::ConnectionInfo::createNatConnectionInfo();
-    EXPECT_EQ(nat.type(), VMToolsMachine::NatConnection);
-    EXPECT_TRUE(nat.name().isNull());
-    const auto unknown = VMToolsMachine::ConnectionInfo::createUnknownConnectionInfo();
-    EXPECT_EQ(unknown.type(), VMToolsMachine::UnknownConnection);
-    EXPECT_TRUE(unknown.name().isEmpty());
-    const auto emptyBridge = VMToolsMachine::ConnectionInfo::createBridgedConnectionInfo("");
-    EXPECT_EQ(emptyBridge.type(), VMToolsMachine::BridgedConnection);
-    EXPECT_TRUE(emptyBridge.name().isEmpty());
+    const QList<QPair<VMToolsMachine::State, QString>> statuses = {
+        {VMToolsMachine::Unknown, "Unknown"}, {VMToolsMachine::On, "On"},
+        {VMToolsMachine::Off, "Off"},         {VMToolsMachine::Paused, "Paused"},
+        {VMToolsMachine::Process, "Process"}, {VMToolsMachine::Aborted, "Aborted"},
+        {VMToolsMachine::State(6), "On"},     {VMToolsMachine::State(0x7fffffff), "On"}};
+    for (const auto &[state, name] : statuses)
+        EXPECT_EQ(VMToolsMachine::getStatusString(state), name) << state;
+    const QList<QPair<VMToolsMachine::AdapterType, QString>> adapters = {
+        {VMToolsMachine::NoAdapter, "null"},
+        {VMToolsMachine::OtherAdapter, "unknown"},
+        {VMToolsMachine::HostOnlyAdapter, "hostonly"},
+        {VMToolsMachine::AdapterType(3), "null"},
+        {VMToolsMachine::AdapterType(-1), "null"}};
+    for (const auto &[type, name] : adapters)
+        EXPECT_EQ(VMToolsMachine::getAdapterTypeString(type), name) << type;
 }
 
 // One getter/setter pair of the copy: the value read from the source goes to the target.

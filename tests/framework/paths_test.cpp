@@ -11,12 +11,6 @@ QStringList pathLines(const QString &base)
             "quillomate " + base + "/.Brellstock/Quillomate"};
 }
 
-bool makeFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly);
-}
-
 } // namespace
 
 TEST(PathsTest, QmHomeMovesBothFoldersAndTheyAreCreated)
@@ -52,7 +46,7 @@ TEST(PathsTest, UnusableQmHomeEndsTheProcessButTheHomeFolderOnlyLogs)
     ProbeHost host;
     ASSERT_TRUE(host.isValid());
     const QString blocker = host.root() + "/blocker";
-    ASSERT_TRUE(makeFile(blocker));
+    ASSERT_TRUE(QFile(blocker).open(QIODevice::WriteOnly)); // a file where a folder would go
 
     const QString qmHome = blocker + "/qm";
     host.setEnv("QM_HOME", qmHome);

@@ -35,7 +35,6 @@ TEST(RunnerTest, SuccessKeepsOutputAndArgumentsUntouchedAndLogsThemAsAQtStringLi
         QString callLine;
     };
     const QList<Case> cases = {
-        {{"--version"}, "(\"--version\")"},
         {{}, "()"},
         {{"modifyvm", "my phone", "say \"hi\"", "line1\nline2", "", "back\\slash", "$HOME;*"},
          "(\"modifyvm\", \"my phone\", \"say \\\"hi\\\"\", \"line1\\nline2\", \"\", "
@@ -72,9 +71,7 @@ TEST(RunnerTest, OutputAndErrorAreDecodedAsUtf8AndCutAtTheFirstNul)
     const CallResult result = call(Tool, {"showvminfo", "phone"});
     EXPECT_EQ(result.output, QStringLiteral("Gr\u00f6\u00dfe \u2713 ok"));
     EXPECT_EQ(result.error, "before");
-    const CallResult leadingNul = call(Tool, {"nul-first"});
-    EXPECT_EQ(leadingNul.exitCode, 0);
-    EXPECT_TRUE(leadingNul.output.isEmpty());
+    EXPECT_TRUE(call(Tool, {"nul-first"}).output.isEmpty());
 }
 
 TEST(RunnerTest, NonZeroExitLogsTheCodeAndTheTrimmedErrorWhenItIsNotBlank)
@@ -142,9 +139,7 @@ TEST(RunnerTest, OptionBitsSilenceOnlyWithSilentAndUnknownBitsAreIgnored)
     LogCapture log;
 
     EXPECT_EQ(call(Tool, {"list", "hostinfo"}, Silent).output, "Processor count: 4\n");
-    const CallResult failed = call(Tool, {"broken"}, Silent);
-    EXPECT_EQ(failed.exitCode, 3);
-    EXPECT_EQ(failed.error, "VBoxManage: error: bad\n");
+    EXPECT_EQ(call(Tool, {"broken"}, Silent).error, "VBoxManage: error: bad\n");
     EXPECT_NE(call(dir.filePath("missing"), {"x"}, Silent).exitCode, -1);
     EXPECT_EQ(call(Tool, {"broken"}, Options(Silent | WaitForever)).exitCode, 3);
     EXPECT_TRUE(log.lines().isEmpty()) << log.texts().join('\n').toStdString();

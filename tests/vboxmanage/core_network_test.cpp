@@ -1,9 +1,9 @@
-#include "vboxmanagecore.h"
-
 #include "vboxtest.h"
 
+using CoreNetworkTest = CoreTest;
+
 // The recorded listing and its log line for a disabled server are read by the host-style test.
-TEST(CoreNetworkTest, DhcpServerListKeepsEnabledRecordsInAnyLetterCase)
+TEST_F(CoreNetworkTest, DhcpServerListKeepsEnabledRecordsInAnyLetterCase)
 {
     const auto record = [](const QString &name, const QString &enabled) {
         return QStringLiteral("NetworkName:    %1\nIP:             10.0.0.100\n"
@@ -11,25 +11,19 @@ TEST(CoreNetworkTest, DhcpServerListKeepsEnabledRecordsInAnyLetterCase)
                               "upperIPAddress: 10.0.0.254\nEnabled:        %2\n\n")
             .arg(name, enabled);
     };
-    StandIn standIn;
-    standIn.onExact({"list", "dhcpservers"},
-                    {Answer::ok(record("a", " YES  ") + record("b", "yes") + record("c", "no") +
-                                record("d", "1")),
-                     Answer::fail(1)});
-    VBoxManageCore core;
-    const QList<VBoxManageCore::DhcpServerInfo> servers = core.getAvailableDhcpServerList();
-    ASSERT_EQ(servers.size(), 2);
-    EXPECT_EQ(servers[0].networkName, "a");
-    EXPECT_EQ(servers[0].ipAddress, QHostAddress("10.0.0.100"));
-    EXPECT_EQ(servers[0].networkMask, QHostAddress("255.255.255.0"));
-    EXPECT_EQ(servers[0].lowerIpAddress, QHostAddress("10.0.0.101"));
-    EXPECT_EQ(servers[0].upperIpAddress, QHostAddress("10.0.0.254"));
-    EXPECT_EQ(servers[1].networkName, "b");
-    EXPECT_TRUE(core.getAvailableDhcpServerList().isEmpty());
-    EXPECT_EQ(standIn.calls(), cmds({"list dhcpservers", "list dhcpservers"}));
+    m_standIn.onExact({"list", "dhcpservers"},
+                      {Answer::ok(record("a", " YES  ") + record("b", "yes") + record("c", "no") +
+                                  record("d", "1"))});
+    QStringList servers;
+    for (const VBoxManageCore::DhcpServerInfo &s : m_core.getAvailableDhcpServerList())
+        servers << QStringList{s.networkName, s.ipAddress.toString(), s.networkMask.toString(),
+                               s.lowerIpAddress.toString(), s.upperIpAddress.toString()}
+                       .join(' ');
+    const QString addresses = QStringLiteral(" 10.0.0.100 255.255.255.0 10.0.0.101 10.0.0.254");
+    EXPECT_EQ(servers, (QStringList{"a" + addresses, "b" + addresses}));
 }
 
-TEST(CoreNetworkTest, DhcpServerMustFitTheInterface)
+TEST_F(CoreNetworkTest, DhcpServerMustFitTheInterface)
 {
     using Iface = VBoxManageCore::InterfaceInfo;
     using Server = VBoxManageCore::DhcpServerInfo;
@@ -58,59 +52,53 @@ TEST(CoreNetworkTest, DhcpServerMustFitTheInterface)
         {{"vboxnet0", at("200"), mask}, server, false},
         {{"vboxnet0", at("101"), mask}, server, false},
         {iface, {server.networkName, at("100"), QHostAddress(), at("101"), at("254")}, false}};
-    VBoxManageCore core;
     for (const Case &c : cases) {
-        LogCapture log;
-        EXPECT_EQ(core.checkIfInterfaceHasValidDhcp(c.iface, c.server), c.expected)
+        m_log.clear();
+        EXPECT_EQ(m_core.checkIfInterfaceHasValidDhcp(c.iface, c.server), c.expected)
             << c.iface.ipAddress.toString().toStdString() << " "
             << c.server.ipAddress.toString().toStdString();
-        EXPECT_EQ(log.texts(),
+        EXPECT_EQ(m_log.texts(),
                   (QStringList{"[VBox] [checkIfInterfaceHasValidDhcp] \"" + c.server.networkName +
                                    "\" DHCP server is associated with \"vboxnet0\" interface",
                                QStringLiteral("[VBox] [checkIfInterfaceHasValidDhcp] \"vboxnet0\" "
                                               "interface is %1compatible")
                                    .arg(c.expected ? "" : "not ")}));
     }
-    LogCapture log;
-    EXPECT_FALSE(core.checkIfInterfaceHasValidDhcp(
+    m_log.clear();
+    EXPECT_FALSE(m_core.checkIfInterfaceHasValidDhcp(
         iface, {"HostInterfaceNetworking-vboxnet10", at("100"), mask, at("101"), at("254")}));
-    EXPECT_TRUE(log.texts().isEmpty());
+    EXPECT_TRUE(m_log.texts().isEmpty());
 }
 
-TEST(CoreNetworkTest, RemovalTriesThreeTimesAndAcceptsAnInterfaceAlreadyGone)
+TEST_F(CoreNetworkTest, RemovalTriesThreeTimesAndAcceptsAnInterfaceAlreadyGone)
 {
-    StandIn standIn;
-    standIn.onExact({"hostonlyif", "remove", "stuck"}, {Answer::fail(1, "busy")});
-    standIn.onExact({"hostonlyif", "remove", "second"}, {Answer::fail(1), Answer::ok()});
-    standIn.onExact({"hostonlyif", "remove", "gone"},
-                    {Answer::fail(1, "VBoxManage: error: The host network interface named "
-                                     "'gone' could not be found\n")});
-    VBoxManageCore core;
-    LogCapture log;
-    EXPECT_FALSE(core.deleteHostOnlyInterface("stuck"));
-    EXPECT_TRUE(core.deleteHostOnlyInterface("second"));
-    log.clear();
-    EXPECT_TRUE(core.deleteHostOnlyInterface("gone"));
-    EXPECT_EQ(standIn.calls(), cmds({"hostonlyif remove stuck", "hostonlyif remove stuck",
-                                     "hostonlyif remove stuck", "hostonlyif remove second",
-                                     "hostonlyif remove second", "hostonlyif remove gone"}));
-    EXPECT_EQ(log.texts(QtDebugMsg).first(),
+    m_standIn.onExact({"hostonlyif", "remove", "stuck"}, {Answer::fail(1, "busy")});
+    m_standIn.onExact({"hostonlyif", "remove", "second"}, {Answer::fail(1), Answer::ok()});
+    m_standIn.onExact({"hostonlyif", "remove", "gone"},
+                      {Answer::fail(1, "VBoxManage: error: The host network interface named "
+                                       "'gone' could not be found\n")});
+    EXPECT_FALSE(m_core.deleteHostOnlyInterface("stuck"));
+    EXPECT_TRUE(m_core.deleteHostOnlyInterface("second"));
+    m_log.clear();
+    EXPECT_TRUE(m_core.deleteHostOnlyInterface("gone"));
+    EXPECT_EQ(m_standIn.calls(), cmds({"hostonlyif remove stuck", "hostonlyif remove stuck",
+                                       "hostonlyif remove stuck", "hostonlyif remove second",
+                                       "hostonlyif remove second", "hostonlyif remove gone"}));
+    EXPECT_EQ(m_log.texts(QtDebugMsg).first(),
               "[VBox] [deleteHostOnlyInterface] Deleting \"gone\" host-only interface");
-    EXPECT_EQ(log.texts(QtDebugMsg).last(),
+    EXPECT_EQ(m_log.texts(QtDebugMsg).last(),
               "[VBox] [deleteHostOnlyInterface] \"\" could not be found");
 }
 
 // A machine without the marker at all is left out of the listing in the registry test.
-TEST(CoreNetworkTest, CompatibleMachinesCarryTheMarkerAfterTheFirstCharacter)
+TEST_F(CoreNetworkTest, CompatibleMachinesCarryTheMarkerAfterTheFirstCharacter)
 {
     const QString marked = guestProperty("vbox_graph_mode", "1");
-    StandIn standIn;
-    standIn.onExact({"guestproperty", "enumerate", "ours"}, {Answer::ok(marked)});
-    standIn.onExact({"guestproperty", "enumerate", "edge"}, {Answer::ok("vbox_graph_mode")});
+    m_standIn.onExact({"guestproperty", "enumerate", "ours"}, {Answer::ok(marked)});
+    m_standIn.onExact({"guestproperty", "enumerate", "edge"}, {Answer::ok("vbox_graph_mode")});
     // What a failing call printed does not count.
-    standIn.onExact({"guestproperty", "enumerate", "failing"}, {Answer{1, marked, "error"}});
-    VBoxManageCore core;
-    EXPECT_TRUE(core.isCompatible("ours"));
-    EXPECT_FALSE(core.isCompatible("edge"));
-    EXPECT_FALSE(core.isCompatible("failing"));
+    m_standIn.onExact({"guestproperty", "enumerate", "failing"}, {Answer{1, marked, "error"}});
+    EXPECT_TRUE(m_core.isCompatible("ours"));
+    EXPECT_FALSE(m_core.isCompatible("edge"));
+    EXPECT_FALSE(m_core.isCompatible("failing"));
 }

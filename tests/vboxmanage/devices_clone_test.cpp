@@ -1,10 +1,6 @@
 #include "devices_fixture.h"
-#include "mockmachine.h"
 
 #include <vmtools/engineresult.h>
-
-using ::testing::NiceMock;
-using ::testing::Return;
 
 class CloneTest : public DevicesTest
 {
@@ -12,7 +8,6 @@ protected:
     void SetUp() override
     {
         DevicesTest::SetUp();
-        ON_CALL(m_source, getName()).WillByDefault(Return("phone"));
         scriptMachineFolder();
     }
 
@@ -22,8 +17,6 @@ protected:
                    m_deployDir);
     }
     QStringList showVmInfo(const QString &name) const { return cmd("showvminfo " + name); }
-
-    NiceMock<MockMachine> m_source;
 };
 
 TEST_F(CloneTest, CloneStartsFromTheFactorySnapshotAfterClearingLeftovers)
@@ -36,9 +29,9 @@ TEST_F(CloneTest, CloneStartsFromTheFactorySnapshotAfterClearingLeftovers)
     m_standIn.onPrefix({"clonevm"},
                        {Answer::ok("Machine has been successfully cloned as \"copy\"\n")});
     m_standIn.onPrefix({"guestproperty", "enumerate"}, {Answer::ok("No properties found.\n")});
-    EXPECT_CALL(m_source, canResetToFactory()).WillOnce(Return(true));
+    EXPECT_CALL(m_phone, canResetToFactory()).WillOnce(Return(true));
 
-    EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", true), EngineResult::Success);
+    EXPECT_EQ(m_core.cloneMachine(&m_phone, "copy", true), EngineResult::Success);
 
     EXPECT_EQ(m_standIn.calls(),
               (QList<QStringList>{
@@ -53,9 +46,9 @@ TEST_F(CloneTest, CloneStartsFromTheFactorySnapshotAfterClearingLeftovers)
 TEST_F(CloneTest, FactoryBackupIsAskedForOnlyWhenWantedAndUsedOnlyWhenPresent)
 {
     m_standIn.onPrefix({"clonevm"}, {Answer::ok()});
-    EXPECT_CALL(m_source, canResetToFactory()).WillOnce(Return(false));
-    EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", true), EngineResult::Success);
-    EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", false), EngineResult::Success);
+    EXPECT_CALL(m_phone, canResetToFactory()).WillOnce(Return(false));
+    EXPECT_EQ(m_core.cloneMachine(&m_phone, "copy", true), EngineResult::Success);
+    EXPECT_EQ(m_core.cloneMachine(&m_phone, "copy", false), EngineResult::Success);
 
     // Neither asks for the snapshot.
     EXPECT_EQ(m_standIn.calls().count(cloneCall("copy")), 2);
@@ -84,7 +77,7 @@ TEST_F(CloneTest, FailuresAreToldApartAndTheFolderIsRestored)
         m_standIn.clearRules();
         scriptMachineFolder("default");
         m_standIn.onPrefix({"clonevm"}, {Answer::fail(1, c.error)});
-        EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", false), c.code) << c.error.toStdString();
+        EXPECT_EQ(m_core.cloneMachine(&m_phone, "copy", false), c.code) << c.error.toStdString();
         EXPECT_EQ(m_standIn.calls(),
                   (QList<QStringList>{readFolder(), switchToDeploy(), showVmInfo("copy"),
                                       cloneCall("copy"), switchBack("default")}));
@@ -95,8 +88,8 @@ TEST_F(CloneTest, FailuresAreToldApartAndTheFolderIsRestored)
     m_standIn.clearCalls();
     m_standIn.onExact(readFolder(), {Answer::ok("Default machine folder:          /x\n")});
     m_standIn.onPrefix({"setproperty"}, {Answer::fail(1)});
-    EXPECT_CALL(m_source, canResetToFactory()).Times(0);
-    EXPECT_EQ(m_core.cloneMachine(&m_source, "copy", true), EngineResult::CloneFailed);
+    EXPECT_CALL(m_phone, canResetToFactory()).Times(0);
+    EXPECT_EQ(m_core.cloneMachine(&m_phone, "copy", true), EngineResult::CloneFailed);
     EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{readFolder(), switchToDeploy()}));
 }
 
@@ -108,8 +101,8 @@ TEST_F(CloneTest, FolderOfARegisteredDeviceIsNeverCleaned)
     m_standIn.onExact(showVmInfo("tablet"), {Answer::ok(description("tablet"))});
     m_standIn.onPrefix({"clonevm"}, {Answer::fail(1, "Machine settings file already exists")});
 
-    EXPECT_EQ(m_core.cloneMachine(&m_source, "phone", false), EngineResult::CloneNameExists);
-    EXPECT_EQ(m_core.cloneMachine(&m_source, "tablet", false), EngineResult::CloneNameExists);
+    EXPECT_EQ(m_core.cloneMachine(&m_phone, "phone", false), EngineResult::CloneNameExists);
+    EXPECT_EQ(m_core.cloneMachine(&m_phone, "tablet", false), EngineResult::CloneNameExists);
 
     EXPECT_EQ(tree(), before);
     EXPECT_EQ(m_standIn.calls(),
@@ -124,7 +117,7 @@ TEST_F(CloneTest, UnsafeNamesAreRefusedBeforeAnyCommand)
     const QStringList before = tree();
     const QStringList unsafe{"", ".", "..", "../outside", "a/b", "a\\b", QString("a") + QChar(0)};
     for (const QString &name : unsafe) {
-        EXPECT_EQ(m_core.cloneMachine(&m_source, name, false), EngineResult::CloneFailed);
+        EXPECT_EQ(m_core.cloneMachine(&m_phone, name, false), EngineResult::CloneFailed);
     }
     NiceMock<MockMachine> badSource;
     ON_CALL(badSource, getName()).WillByDefault(Return(".."));

@@ -1,10 +1,6 @@
 #include "devices_fixture.h"
-#include "mockmachine.h"
 
 #include <vmtools/paths.h>
-
-using ::testing::NiceMock;
-using ::testing::Return;
 
 class DeleteTest : public DevicesTest
 {
@@ -12,8 +8,7 @@ protected:
     void SetUp() override
     {
         DevicesTest::SetUp();
-        ON_CALL(m_machine, getName()).WillByDefault(Return("phone"));
-        ON_CALL(m_machine, getPath()).WillByDefault(Return(m_deployDir + "phone"));
+        ON_CALL(m_phone, getPath()).WillByDefault(Return(m_deployDir + "phone"));
         makeFile("deployed/phone/phone.vbox");
         makeFile("deployed/phone/android_sdcard_disk.vmdk");
         makeFile("deployed/phone/android_system_disk.vmdk");
@@ -23,14 +18,12 @@ protected:
     }
 
     QString disk(const QString &file) const { return m_deployDir + "phone/" + file; }
-
-    NiceMock<MockMachine> m_machine;
 };
 
 TEST_F(DeleteTest, DeviceIsUnregisteredAndItsFolderRemovedWithItsMedia)
 {
     m_standIn.onExact({"unregistervm", "phone", "--delete"}, {Answer::ok()});
-    EXPECT_TRUE(m_core.deleteMachine(&m_machine));
+    EXPECT_TRUE(m_core.deleteMachine(&m_phone));
 
     EXPECT_EQ(m_standIn.calls(),
               (QList<QStringList>{
@@ -52,7 +45,7 @@ TEST_F(DeleteTest, FailuresKeepTheFolder)
 {
     const QStringList before = tree();
     m_standIn.onPrefix({"unregistervm"}, {Answer::fail(1, "VBOX_E_INVALID_OBJECT_STATE")});
-    EXPECT_FALSE(m_core.deleteMachine(&m_machine));
+    EXPECT_FALSE(m_core.deleteMachine(&m_phone));
     EXPECT_EQ(m_standIn.calls().last(), switchBack());
     EXPECT_EQ(tree(), before);
 
@@ -61,7 +54,7 @@ TEST_F(DeleteTest, FailuresKeepTheFolder)
     m_standIn.clearCalls();
     m_standIn.onPrefix({"list"}, {Answer::ok("Default machine folder:          /vms\n")});
     m_standIn.onPrefix({"setproperty"}, {Answer::fail(1)});
-    EXPECT_TRUE(m_core.deleteMachine(&m_machine));
+    EXPECT_TRUE(m_core.deleteMachine(&m_phone));
     EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{readFolder(), switchToDeploy()}));
     EXPECT_EQ(tree(), before);
 }
@@ -74,10 +67,8 @@ TEST_F(DeleteTest, DangerousNamesAndFoldersAreRefusedBeforeAnythingChanges)
     const QStringList dangerousFolders{"", m_root.path(), m_deployDir + "phone/..", UserFolder,
                                        "/home/u"};
     for (const QString &folder : dangerousFolders) {
-        NiceMock<MockMachine> machine;
-        ON_CALL(machine, getName()).WillByDefault(Return("phone"));
-        ON_CALL(machine, getPath()).WillByDefault(Return(folder));
-        EXPECT_FALSE(m_core.deleteMachine(&machine)) << folder.toStdString();
+        ON_CALL(m_phone, getPath()).WillByDefault(Return(folder));
+        EXPECT_FALSE(m_core.deleteMachine(&m_phone)) << folder.toStdString();
     }
     for (const char *name : {"..", ".", "", "../deployed"}) {
         NiceMock<MockMachine> machine;
@@ -126,10 +117,10 @@ TEST_F(DeleteTest, RenameChangesTheObjectOnlyOnSuccess)
 {
     m_standIn.onExact({"modifyvm", "phone", "--name", "tablet"},
                       {Answer::ok(), Answer::fail(1, "locked")});
-    EXPECT_CALL(m_machine, setName(QString("tablet"))).Times(1);
-    EXPECT_TRUE(m_core.renameMachine(&m_machine, "tablet"));
-    EXPECT_FALSE(m_core.renameMachine(&m_machine, "tablet"));
-    EXPECT_FALSE(m_core.renameMachine(&m_machine, "../tablet"));
+    EXPECT_CALL(m_phone, setName(QString("tablet"))).Times(1);
+    EXPECT_TRUE(m_core.renameMachine(&m_phone, "tablet"));
+    EXPECT_FALSE(m_core.renameMachine(&m_phone, "tablet"));
+    EXPECT_FALSE(m_core.renameMachine(&m_phone, "../tablet"));
 
     EXPECT_EQ(m_standIn.calls().size(), 2);
     const QStringList lines = m_log.texts().filter("[renameMachine]");

@@ -1,5 +1,4 @@
 #include "devices_fixture.h"
-#include "mockmachine.h"
 
 #include <vmtools/vmtoolsobserver.h>
 
@@ -7,16 +6,12 @@
 
 #include <thread>
 
-using ::testing::NiceMock;
-using ::testing::Return;
-
 class ExportTest : public DevicesTest
 {
 protected:
     void SetUp() override
     {
         DevicesTest::SetUp();
-        ON_CALL(m_machine, getName()).WillByDefault(Return("phone"));
         QDir().mkpath(m_root.path() + "/out");
         m_target = m_root.path() + "/out/phone.ova";
     }
@@ -34,7 +29,6 @@ protected:
                             {answer});
     }
 
-    NiceMock<MockMachine> m_machine;
     QString m_target;
 };
 
@@ -53,9 +47,9 @@ TEST_F(ExportTest, ApplianceIsWrittenBesideTheTargetAndMovedIntoPlace)
     qputenv("PATH", QFile::encodeName(wrapper) + ':' + path);
     onExport(Answer::ok("Successfully exported 1 machine(s).\n"));
 
-    const bool exported = m_core.exportMachine(&m_machine, m_target, nullptr);
+    const bool exported = m_core.exportMachine(&m_phone, m_target, nullptr);
     // The target exists now: a second export must not overwrite it.
-    const bool overwritten = m_core.exportMachine(&m_machine, m_target, nullptr);
+    const bool overwritten = m_core.exportMachine(&m_phone, m_target, nullptr);
     qputenv("PATH", path);
 
     EXPECT_TRUE(exported);
@@ -73,7 +67,7 @@ TEST_F(ExportTest, ApplianceIsWrittenBesideTheTargetAndMovedIntoPlace)
 TEST_F(ExportTest, FailedExportLeavesNothingBehind)
 {
     onExport(Answer::fail(1, "VBoxManage: error: Appliance write failed\n"));
-    EXPECT_FALSE(m_core.exportMachine(&m_machine, m_target, nullptr));
+    EXPECT_FALSE(m_core.exportMachine(&m_phone, m_target, nullptr));
     EXPECT_TRUE(outFolder().isEmpty());
     EXPECT_TRUE(m_log.contains(
         QtWarningMsg, "[VBox] [export] failed to create ova for: \"phone\" in \"" + m_target +
@@ -82,7 +76,7 @@ TEST_F(ExportTest, FailedExportLeavesNothingBehind)
     // A target folder that does not exist: no temporary folder, no command.
     m_standIn.clearCalls();
     const QString nowhere = m_root.path() + "/missing/phone.ova";
-    EXPECT_FALSE(m_core.exportMachine(&m_machine, nowhere, nullptr));
+    EXPECT_FALSE(m_core.exportMachine(&m_phone, nowhere, nullptr));
     EXPECT_TRUE(m_standIn.calls().isEmpty());
     EXPECT_TRUE(
         m_log.contains(QtWarningMsg, "[VBox] [export] failed to create ova for: \"phone\" in \"" +
@@ -101,7 +95,7 @@ TEST_F(ExportTest, CancelFromAnotherThreadInterruptsTheExport)
         signalled = observer.cancel();
     });
 
-    const bool exported = m_core.exportMachine(&m_machine, m_target, &observer);
+    const bool exported = m_core.exportMachine(&m_phone, m_target, &observer);
     canceller.join();
 
     EXPECT_FALSE(exported);

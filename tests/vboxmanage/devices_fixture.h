@@ -1,14 +1,8 @@
 #pragma once
 
-#include "logcapture.h"
-#include "printers.h"
-#include "standin.h"
-#include "vboxmanagecore.h"
 #include "vboxtest.h"
 
 #include <vmtools/settings.h>
-
-#include <gtest/gtest.h>
 
 #include <QDir>
 #include <QDirIterator>
@@ -17,7 +11,7 @@
 
 // Whole-device operations against the stand-in, with a deploy directory of the test's own
 // ("vms.path") inside a temporary root that also holds a folder of unrelated files.
-class DevicesTest : public ::testing::Test
+class DevicesTest : public CoreTest
 {
 protected:
     static constexpr const char *UserFolder = "/home/u/VirtualBox VMs";
@@ -85,7 +79,4 @@ protected:
 
     QTemporaryDir m_root;
     QString m_deployDir;
-    StandIn m_standIn;
-    VBoxManageCore m_core;
-    LogCapture m_log;
 };

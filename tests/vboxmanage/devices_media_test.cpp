@@ -1,10 +1,6 @@
 #include "devices_fixture.h"
-#include "mockmachine.h"
 
 #include <vmtools/engineresult.h>
-
-using ::testing::NiceMock;
-using ::testing::Return;
 
 using MediaTest = DevicesTest;
 
@@ -12,20 +8,17 @@ using MediaTest = DevicesTest;
 TEST_F(MediaTest, SdCardNeedsAMachineFolderAndIsCreatedInItsCleanPath)
 {
     // A device without a machine folder is refused before any command.
-    NiceMock<MockMachine> homeless;
-    ON_CALL(homeless, getName()).WillByDefault(Return("phone"));
-    EXPECT_CALL(homeless, attachDisk).Times(0);
-    EXPECT_EQ(m_core.createSDCard(&homeless, 512), EngineResult::SdCardCreationFailed);
+    EXPECT_CALL(m_phone, attachDisk).Times(0);
+    EXPECT_EQ(m_core.createSDCard(&m_phone, 512), EngineResult::SdCardCreationFailed);
     EXPECT_TRUE(m_standIn.calls().isEmpty());
     EXPECT_EQ(m_log.texts(QtCriticalMsg),
               QStringList{"[VBox] [createSDCard] No folder for device \"phone\""});
 
-    NiceMock<MockMachine> machine;
-    ON_CALL(machine, getPath()).WillByDefault(Return(m_deployDir + "phone/./"));
+    ON_CALL(m_phone, getPath()).WillByDefault(Return(m_deployDir + "phone/./"));
     const QString image = m_deployDir + "phone/sdcard.vdi";
     m_standIn.onPrefix({"createhd"}, {Answer::ok("Medium created. UUID: 1\n")});
-    EXPECT_CALL(machine, attachDisk(image, SecondaryPort, MasterDevice)).WillOnce(Return(true));
-    EXPECT_EQ(m_core.createSDCard(&machine, 1024), EngineResult::Success);
+    EXPECT_CALL(m_phone, attachDisk(image, SecondaryPort, MasterDevice)).WillOnce(Return(true));
+    EXPECT_EQ(m_core.createSDCard(&m_phone, 1024), EngineResult::Success);
     EXPECT_EQ(m_standIn.calls(), QList<QStringList>{cmd("createhd --filename " + image +
                                                         " --size 1024 --format VDI")});
 }

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "logcapture.h"
+#include "mockmachine.h"
 #include "printers.h"
 #include "standin.h"
+#include "vboxmanagecore.h"
 #include "vboxmanagemachine.h"
 
 #include <QFile>
@@ -13,6 +15,9 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+
+using ::testing::NiceMock;
+using ::testing::Return;
 
 const QString PhoneUuid = QStringLiteral("0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11");
 const QString HostOnlyKey = QStringLiteral("host.only.interface");
@@ -30,6 +35,8 @@ inline QStringList cmd(const QString &line)
 {
     return line.split(QLatin1Char(' '));
 }
+
+const QStringList ShowVmInfo = cmd(QStringLiteral("showvminfo phone"));
 
 // Argument lists written as lines.
 inline QList<QStringList> cmds(std::initializer_list<const char *> lines)
@@ -98,7 +105,6 @@ protected:
         m_standIn.onExact(cmd("guestproperty enumerate phone"), {Answer::ok(properties)});
         m_standIn.onExact(cmd("showvminfo phone"), {Answer::ok(shown)});
         m_machine.reset(new VBoxManageMachine("u", "phone", "VBoxManage"));
-        m_buildCalls = m_standIn.calls();
         m_standIn.clearRules();
         m_standIn.clearCalls();
         m_log.clear();
@@ -107,5 +113,17 @@ protected:
     StandIn m_standIn;
     LogCapture m_log;
     std::unique_ptr<VBoxManageMachine> m_machine;
-    QList<QStringList> m_buildCalls;
+};
+
+// The engine against the stand-in, and a mock device "phone" to act on. The line the
+// engine's constructor logs is not captured.
+class CoreTest : public ::testing::Test
+{
+protected:
+    CoreTest() { ON_CALL(m_phone, getName()).WillByDefault(Return(QStringLiteral("phone"))); }
+
+    StandIn m_standIn;
+    VBoxManageCore m_core;
+    LogCapture m_log;
+    NiceMock<MockMachine> m_phone;
 };
