@@ -96,6 +96,9 @@ protected:
     QString onOff(bool value) const override;
     QString vmHead(const HostState &host, const Machine &machine) const override;
     QString vmTail(const Machine &machine) const override;
+    // The device lines from the pointing device to USB, alike from 6.1 on but for the
+    // audio driver's name.
+    QString vmDevices(const QString &audioDriver) const;
 };
 
 class Format71 final : public Format61

@@ -111,11 +111,12 @@ QString Format61::vmHead(const HostState &host, const Machine &m) const
     return out;
 }
 
-QString Format61::vmTail(const Machine &m) const
+QString Format61::vmDevices(const QString &audioDriver) const
 {
-    QString t;
-    t += legacyDevices();
-    t += field("Audio:", "enabled (Driver: PulseAudio, Controller: AC97, Codec: STAC9700)");
+    QString t = legacyDevices();
+    t += field(
+        QStringLiteral("Audio:"),
+        QStringLiteral("enabled (Driver: %1, Controller: AC97, Codec: STAC9700)").arg(audioDriver));
     t += field("Audio playback:", "enabled");
     t += field("Audio capture:", "disabled");
     t += field("Clipboard Mode:", "disabled");
@@ -124,6 +125,12 @@ QString Format61::vmTail(const Machine &m) const
     t += field("OHCI USB:", "enabled");
     t += field("EHCI USB:", "disabled");
     t += field("xHCI USB:", "disabled");
+    return t;
+}
+
+QString Format61::vmTail(const Machine &m) const
+{
+    QString t = vmDevices(QStringLiteral("PulseAudio"));
     t += QStringLiteral("\nUSB Device Filters:\n\n<none>\n\n");
     t += QStringLiteral("Bandwidth groups:  <none>\n\n");
     t += QStringLiteral("Shared folders:<none>\n\n");

@@ -223,17 +223,7 @@ QString Format71::vmStorage(HostState &host, const Machine &m) const
 
 QString Format71::vmTail(const Machine &m) const
 {
-    QString t;
-    t += legacyDevices();
-    t += field("Audio:", "enabled (Driver: Default, Controller: AC97, Codec: STAC9700)");
-    t += field("Audio playback:", "enabled");
-    t += field("Audio capture:", "disabled");
-    t += field("Clipboard Mode:", "disabled");
-    t += field("Drag and drop Mode:", "disabled");
-    t += field("VRDE:", "disabled");
-    t += field("OHCI USB:", "enabled");
-    t += field("EHCI USB:", "disabled");
-    t += field("xHCI USB:", "disabled");
+    QString t = vmDevices(QStringLiteral("Default"));
     t += field("USB Device Filters:", "<none>");
     t += field("Bandwidth groups:", "<none>");
     t += field("Shared folders:", "<none>");
