@@ -1,5 +1,7 @@
 #include "interfacestatus.h"
 
+#include <vmtools/vboxmanagecommon.h>
+
 #include <QProcess>
 
 namespace {
@@ -23,6 +25,7 @@ int getInterfaceStatus(const QString &interfaceName, const QString &interfaceAdd
 {
     Q_UNUSED(interfaceAddress);
     QProcess process;
+    process.setProcessEnvironment(VBoxManageCommon::childEnvironment());
     QString addresses;
     if (!runIp(
             &process,

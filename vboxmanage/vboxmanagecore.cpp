@@ -1,5 +1,7 @@
 #include "vboxmanagecore.h"
 
+#include "vboxoutputparser.h"
+
 #include <vmtools/vboxlog.h>
 #include <vmtools/vboxmanagecommon.h>
 
@@ -32,7 +34,8 @@ QString VBoxManageCore::version()
         return m_version;
     const VBoxManageCommon::CallResult result =
         VBoxManageCommon::call(m_vboxManagePath, {QStringLiteral("--version")});
-    m_version = result.exitCode == 0 ? result.output.trimmed() : QStringLiteral("unknown");
+    m_version = result.exitCode == 0 ? VBoxOutputParser::parseVersion(result.output)
+                                     : QStringLiteral("unknown");
     return m_version;
 }
 

@@ -92,6 +92,9 @@ private:
     // Folders that a clean-up must never remove: the root, home, product and deploy
     // folders, and every folder that contains one of them.
     bool isProtectedFolder(const QString &path) const;
+    // The unit numbers of the appliance's hard disks, in the appliance's order; empty
+    // when VirtualBox could not list them.
+    QList<int> applianceDiskUnits(const QString &appliancePath);
     // Steps of createHostOnlyInterface once VirtualBox has made the interface.
     bool configureHostOnlyInterface(const QString &name);
     bool addDhcpServer(const QString &name, const QString &subnet, const QString &mask);

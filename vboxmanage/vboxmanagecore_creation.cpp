@@ -1,5 +1,8 @@
 #include "vboxmanagecore.h"
 
+#include "vboxoutputparser.h"
+#include "vboxversion.h"
+
 #include <vmtools/engineresult.h>
 #include <vmtools/vboxlog.h>
 #include <vmtools/vboxmanagecommon.h>
@@ -10,25 +13,42 @@
 
 namespace {
 
-QStringList importArguments(const QString &appliancePath, const QString &name, unsigned int cpus,
-                            unsigned int memory, const QStringList &disks)
+QString nativePath(const QString &path)
 {
-    QStringList arguments{
-        QStringLiteral("import"),   QDir::toNativeSeparators(QDir::cleanPath(appliancePath)),
-        QStringLiteral("--vsys"),   QStringLiteral("0"),
-        QStringLiteral("--vmname"), name,
-        QStringLiteral("--cpus"),   QString::number(cpus),
-        QStringLiteral("--memory"), QString::number(memory)};
-    // The appliance's disks are units 10, 11 and 12 of its first (only) system.
-    int unit = 10;
-    for (const QString &disk : disks) {
+    return QDir::toNativeSeparators(QDir::cleanPath(path));
+}
+
+// The appliance's disks go to `disks`, the first to the first unit and so on.
+QStringList importArguments(const QString &appliancePath, const QString &name, unsigned int cpus,
+                            unsigned int memory, const QStringList &disks, const QList<int> &units)
+{
+    QStringList arguments{QStringLiteral("import"),   nativePath(appliancePath),
+                          QStringLiteral("--vsys"),   QStringLiteral("0"),
+                          QStringLiteral("--vmname"), name,
+                          QStringLiteral("--cpus"),   QString::number(cpus),
+                          QStringLiteral("--memory"), QString::number(memory)};
+    for (int i = 0; i < disks.size() && i < units.size(); ++i) {
         arguments << QStringLiteral("--vsys") << QStringLiteral("0") << QStringLiteral("--unit")
-                  << QString::number(unit++) << QStringLiteral("--disk") << disk;
+                  << QString::number(units[i]) << QStringLiteral("--disk") << disks[i];
     }
     return arguments;
 }
 
 } // namespace
+
+QList<int> VBoxManageCore::applianceDiskUnits(const QString &appliancePath)
+{
+    // 5.2 lists the system's own items and then the disks, at 10, 11 and 12.
+    if (!VBoxVersion(version()).needsImportDryRun())
+        return {10, 11, 12};
+    const VBoxManageCommon::CallResult listing = VBoxManageCommon::call(
+        m_vboxManagePath,
+        {QStringLiteral("import"), nativePath(appliancePath), QStringLiteral("-n")},
+        VBoxManageCommon::LongTimeout);
+    if (listing.exitCode != 0)
+        return {};
+    return VBoxOutputParser::parseImportDiskUnits(listing.output);
+}
 
 unsigned int VBoxManageCore::createMachine(const QString &appliancePath, const QString &name,
                                            unsigned int cpus, unsigned int memory,
@@ -59,8 +79,15 @@ unsigned int VBoxManageCore::createMachine(const QString &appliancePath, const Q
     for (const QString &disk : disks)
         deleteDisk(disk);
 
+    const QList<int> units = applianceDiskUnits(appliancePath);
+    if (units.isEmpty()) {
+        VBoxLog::critical() << "[createMachine]"
+                            << "No disk found in the appliance" << appliancePath;
+        setVBoxMachineFolderValue(previousFolder);
+        return EngineResult::CreationFailed;
+    }
     const VBoxManageCommon::CallResult imported = VBoxManageCommon::call(
-        m_vboxManagePath, importArguments(appliancePath, name, cpus, memory, disks),
+        m_vboxManagePath, importArguments(appliancePath, name, cpus, memory, disks, units),
         VBoxManageCommon::LongTimeout);
     if (imported.exitCode != 0) {
         setVBoxMachineFolderValue(previousFolder);

@@ -168,14 +168,13 @@ LoadStateInfo VBoxManageCore::createHostOnlyInterface()
                             << "Failed to create interface";
         return {2, QString()};
     }
-    QRegExp createdLine(QStringLiteral("^Interface '([\\S\\s]*)' was successfully created"),
-                        Qt::CaseSensitive, QRegExp::RegExp);
-    if (createdLine.indexIn(created.output) == -1) {
+    QString name;
+    if (!VBoxOutputParser::parseCreatedInterfaceName(created.output, &name)) {
         VBoxLog::critical() << "[createHostOnlyInterface]"
                             << "Failed to retrieve interface name";
         return {2, QString()};
     }
-    m_adapterName = createdLine.cap(1);
+    m_adapterName = name;
     VBoxLog::debug() << "[createHostOnlyInterface]"
                      << "Interface" << m_adapterName << "created with success";
 
@@ -297,6 +296,6 @@ bool VBoxManageCore::isCompatible(const QString &machine) const
     const VBoxManageCommon::CallResult result = VBoxManageCommon::call(
         m_vboxManagePath, {QStringLiteral("guestproperty"), QStringLiteral("enumerate"), machine},
         VBoxManageCommon::WaitForever);
-    // A marker at the very first character does not count.
-    return result.exitCode == 0 && result.output.indexOf(QLatin1String("vbox_graph_mode")) > 0;
+    return result.exitCode == 0 &&
+           VBoxOutputParser::containsProperty(result.output, QStringLiteral("vbox_graph_mode"));
 }

@@ -1,6 +1,7 @@
 #include "vboxoutputparser.h"
 
 #include <QRegularExpression>
+#include <QVector>
 
 namespace {
 
@@ -23,9 +24,100 @@ QRegularExpression diskPattern(DiskPort port, DiskDevice device)
             .arg(device));
 }
 
+// From 7.0 on, attachments are listed below their controller's "#<n>: '<name>', ..." line:
+// "  Port 1, Unit 0: UUID: <uuid>[, flags]" and then "    Location: "<path>"".
+QString diskUuidBelowController(const QString &description, DiskPort port, DiskDevice device)
+{
+    static const QRegularExpression controller(QStringLiteral("^#\\d+: 'IDEController', "));
+    static const QRegularExpression place(
+        QStringLiteral("^  Port (\\d+), Unit (\\d+): UUID: ([a-f0-9-]*)(?:,|$)"));
+    bool inController = false;
+    const QVector<QStringRef> lines = description.splitRef(QLatin1Char('\n'));
+    for (const QStringRef &line : lines) {
+        if (!line.startsWith(QLatin1Char(' '))) {
+            inController = controller.match(line).hasMatch();
+            continue;
+        }
+        if (!inController)
+            continue;
+        const QRegularExpressionMatch match = place.match(line);
+        if (match.hasMatch() && match.capturedRef(1).toInt() == port &&
+            match.capturedRef(2).toInt() == device)
+            return match.captured(3);
+    }
+    return QString();
+}
+
+// VirtualBox's Linux wrapper script prints "WARNING: ..." paragraphs (indented and blank
+// continuation lines) on standard output before the tool's own output when its kernel
+// module is missing.
+QString withoutWrapperWarnings(const QString &output)
+{
+    if (!output.startsWith(QLatin1String("WARNING: ")))
+        return output;
+    int at = 0;
+    while (at < output.size()) {
+        const int end = output.indexOf(QLatin1Char('\n'), at);
+        const QStringRef line = output.midRef(at, end < 0 ? -1 : end - at);
+        if (!line.startsWith(QLatin1String("WARNING: ")) && !line.trimmed().isEmpty() &&
+            !line.startsWith(QLatin1Char(' ')))
+            break;
+        at = end < 0 ? output.size() : end + 1;
+    }
+    return output.mid(at);
+}
+
+// One layout of "list dhcpservers": the record pattern, where each address is captured,
+// and a label that the pattern cannot match without. A text without that label is not
+// searched: a pattern of lazy fields that cannot match would retry every combination.
+struct DhcpLayout
+{
+    QRegularExpression record;
+    int ip, mask, lower, upper, enabled;
+    QLatin1String label;
+};
+
+// Lazy quantifiers throughout: each ".*?" stops at the next field, so one match is one
+// record, the reading that QRegExp's minimal mode gave at a fraction of its cost.
+QRegularExpression dhcpRecord(const QStringList &fields)
+{
+    static const QString address = QStringLiteral("(\\d+?\\.\\d+?\\.\\d+?\\.\\d+?)");
+    QString pattern = QStringLiteral("\\bNetworkName:\\s+?([^\\r\\n]+?)\\r?\\n");
+    for (const QString &field : fields)
+        pattern += QStringLiteral(".*?\\b%1:\\s+?%2\\r?\\n").arg(field, address);
+    pattern += QStringLiteral(".*?\\bEnabled:\\s+?([^\\r\\n]+?)\\r?\\n");
+    return QRegularExpression(pattern, QRegularExpression::DotMatchesEverythingOption);
+}
+
+const QList<DhcpLayout> &dhcpLayouts()
+{
+    static const QList<DhcpLayout> layouts = {
+        // 5.2 and 6.0.
+        {dhcpRecord({"IP", "NetworkMask", "lowerIPAddress", "upperIPAddress"}), 2, 3, 4, 5, 6,
+         QLatin1String("lowerIPAddress:")},
+        // 6.1 and later: the server's address renamed, the range before the mask.
+        {dhcpRecord({"Dhcpd IP", "LowerIPAddress", "UpperIPAddress", "NetworkMask"}), 2, 5, 3, 4, 6,
+         QLatin1String("LowerIPAddress:")},
+    };
+    return layouts;
+}
+
 } // namespace
 
 namespace VBoxOutputParser {
+
+QString parseVersion(const QString &output)
+{
+    // "<major>.<minor>.<build>", a pre-release tag or publisher, "r" and the revision.
+    static const QRegularExpression versionLine(QStringLiteral("^\\d+\\.\\d+\\.\\d+\\S*$"));
+    const QStringList lines = output.split(QLatin1Char('\n'));
+    for (auto line = lines.crbegin(); line != lines.crend(); ++line) {
+        const QString text = line->trimmed();
+        if (versionLine.match(text).hasMatch())
+            return text;
+    }
+    return output.trimmed();
+}
 
 QList<MachineEntry> parseMachineList(const QString &output)
 {
@@ -42,30 +134,27 @@ QList<MachineEntry> parseMachineList(const QString &output)
 
 QList<DhcpServerRecord> parseDhcpServers(const QString &output)
 {
-    // Lazy quantifiers throughout: each ".*?" stops at the next field, so one match is one
-    // record, the reading that QRegExp's minimal mode gave at a fraction of its cost.
-    static const QRegularExpression record(
-        QStringLiteral("\\bNetworkName:\\s+?([^\\r\\n]+?)\\r?\\n.*?"
-                       "\\bIP:\\s+?(\\d+?\\.\\d+?\\.\\d+?\\.\\d+?)\\r?\\n.*?"
-                       "\\bNetworkMask:\\s+?(\\d+?\\.\\d+?\\.\\d+?\\.\\d+?)\\r?\\n.*?"
-                       "\\blowerIPAddress:\\s+?(\\d+?\\.\\d+?\\.\\d+?\\.\\d+?)\\r?\\n.*?"
-                       "\\bupperIPAddress:\\s+?(\\d+?\\.\\d+?\\.\\d+?\\.\\d+?)\\r?\\n.*?"
-                       "\\bEnabled:\\s+?([^\\r\\n]+?)\\r?\\n"),
-        QRegularExpression::DotMatchesEverythingOption);
     QList<DhcpServerRecord> servers;
-    QRegularExpressionMatchIterator it = record.globalMatch(output);
-    while (it.hasNext()) {
-        const QRegularExpressionMatch match = it.next();
-        DhcpServerRecord server;
-        server.networkName = match.captured(1).trimmed();
-        server.enabled = match.captured(6).trimmed().toLower() == QLatin1String("yes");
-        if (server.enabled) {
-            server.ipAddress = match.captured(2).trimmed();
-            server.networkMask = match.captured(3).trimmed();
-            server.lowerIpAddress = match.captured(4).trimmed();
-            server.upperIpAddress = match.captured(5).trimmed();
+    for (const DhcpLayout &layout : dhcpLayouts()) {
+        if (!output.contains(layout.label))
+            continue;
+        QRegularExpressionMatchIterator it = layout.record.globalMatch(output);
+        while (it.hasNext()) {
+            const QRegularExpressionMatch match = it.next();
+            DhcpServerRecord server;
+            server.networkName = match.captured(1).trimmed();
+            server.enabled =
+                match.captured(layout.enabled).trimmed().toLower() == QLatin1String("yes");
+            if (server.enabled) {
+                server.ipAddress = match.captured(layout.ip).trimmed();
+                server.networkMask = match.captured(layout.mask).trimmed();
+                server.lowerIpAddress = match.captured(layout.lower).trimmed();
+                server.upperIpAddress = match.captured(layout.upper).trimmed();
+            }
+            servers.append(server);
         }
-        servers.append(server);
+        if (!servers.isEmpty())
+            break;
     }
     return servers;
 }
@@ -92,13 +181,32 @@ QList<QPair<QString, QString>> parseGuestProperties(const QString &output)
 {
     static const QRegularExpression property(
         QStringLiteral("Name: (\\w+), value: (.*), timestamp:.*"));
+    // 7.0 and later: "<name padded> = '<value>' @ <time> <flags>", sorted by name. The
+    // value runs to the last quote: neither the time nor the flags hold one.
+    static const QRegularExpression sortedProperty(QStringLiteral("^(\\w+) += '(.*)'"),
+                                                   QRegularExpression::MultilineOption);
     QList<QPair<QString, QString>> properties;
-    QRegularExpressionMatchIterator it = property.globalMatch(output);
-    while (it.hasNext()) {
-        const QRegularExpressionMatch match = it.next();
-        properties.append({match.captured(1), match.captured(2)});
+    for (const QRegularExpression *pattern : {&property, &sortedProperty}) {
+        QRegularExpressionMatchIterator it = pattern->globalMatch(output);
+        while (it.hasNext()) {
+            const QRegularExpressionMatch match = it.next();
+            properties.append({match.captured(1), match.captured(2)});
+        }
+        if (!properties.isEmpty())
+            break;
     }
     return properties;
+}
+
+bool containsProperty(const QString &output, const QString &key)
+{
+    // Earlier listings open every line with "Name: ", so a key at the very first character
+    // is no property there; a sorted listing may open with it.
+    static const QRegularExpression sortedProperty(QStringLiteral("^(\\w+) += '"));
+    const int at = output.indexOf(key);
+    if (at != 0)
+        return at > 0;
+    return sortedProperty.match(output).captured(1) == key;
 }
 
 bool parseCpuCount(const QString &description, unsigned int *count)
@@ -110,7 +218,10 @@ bool parseCpuCount(const QString &description, unsigned int *count)
 bool parseMemorySize(const QString &description, unsigned int *megabytes)
 {
     static const QRegularExpression memory(QStringLiteral("Memory size:\\s+(\\d+)"));
-    return findNumber(memory, description, megabytes);
+    // 6.0 to 6.1.18 print the label without its colon.
+    static const QRegularExpression withoutColon(QStringLiteral("Memory size\\s+(\\d+)"));
+    return findNumber(memory, description, megabytes) ||
+           findNumber(withoutColon, description, megabytes);
 }
 
 VMToolsMachine::State parseState(const QString &description)
@@ -159,7 +270,8 @@ QString parseDiskUuid(const QString &description, DiskPort port, DiskDevice devi
                        (device == MasterDevice || device == SlaveDevice);
     const QRegularExpressionMatch match = known ? places[port][device].match(description)
                                                 : diskPattern(port, device).match(description);
-    return match.hasMatch() ? match.captured(2) : QString();
+    return match.hasMatch() ? match.captured(2)
+                            : diskUuidBelowController(description, port, device);
 }
 
 QStringList parseSnapshotNames(const QString &output)
@@ -175,6 +287,41 @@ QStringList parseSnapshotNames(const QString &output)
             names.append(match.captured(1));
     }
     return names;
+}
+
+bool parseCreatedInterfaceName(const QString &output, QString *name)
+{
+    // The name runs to the last "' was successfully created" of the text.
+    static const QRegularExpression created(
+        QStringLiteral("^Interface '([\\S\\s]*)' was successfully created"));
+    QRegularExpressionMatch match = created.match(output);
+    if (!match.hasMatch())
+        match = created.match(withoutWrapperWarnings(output));
+    if (!match.hasMatch())
+        return false;
+    *name = match.captured(1);
+    return true;
+}
+
+QList<int> parseImportDiskUnits(const QString &listing)
+{
+    static const QRegularExpression disk(QStringLiteral("^ ?(\\d+): Hard disk image\\b"));
+    static const QRegularExpression system(QStringLiteral("^Virtual system (\\d+):"));
+    QList<int> units;
+    bool inFirstSystem = false;
+    const QVector<QStringRef> lines = listing.splitRef(QLatin1Char('\n'));
+    for (const QStringRef &line : lines) {
+        const QRegularExpressionMatch header = system.match(line);
+        if (header.hasMatch()) {
+            inFirstSystem = header.capturedRef(1) == QLatin1String("0");
+            continue;
+        }
+        const QRegularExpressionMatch match =
+            inFirstSystem ? disk.match(line) : QRegularExpressionMatch();
+        if (match.hasMatch())
+            units.append(match.capturedRef(1).toInt());
+    }
+    return units;
 }
 
 } // namespace VBoxOutputParser

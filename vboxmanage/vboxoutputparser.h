@@ -9,7 +9,10 @@
 #include <QStringList>
 
 // Pure parsers of VBoxManage's listings and machine descriptions: text in, values out.
-// The members that run VBoxManage keep the logging and the decisions.
+// The members that run VBoxManage keep the logging and the decisions. Each reader knows
+// every layout that VirtualBox 5.2 to 7.1 prints for its listing: the 5.2 reading comes
+// first and stands wherever it finds something; a later layout is read only when it
+// finds nothing.
 namespace VBoxOutputParser {
 
 // One line of "list vms".
@@ -38,6 +41,11 @@ struct HostOnlyRecord
     QString networkMask;
 };
 
+// The version line of "--version" ("6.1.50r161033"), leaving out the warnings that
+// VirtualBox's Linux wrapper script prints before it; the trimmed text when no line
+// looks like a version.
+QString parseVersion(const QString &output);
+
 QList<MachineEntry> parseMachineList(const QString &output);
 QList<DhcpServerRecord> parseDhcpServers(const QString &output);
 QList<HostOnlyRecord> parseHostOnlyInterfaces(const QString &output);
@@ -45,6 +53,9 @@ QList<HostOnlyRecord> parseHostOnlyInterfaces(const QString &output);
 // The device's own guest properties ("\w+" keys), in listing order; VirtualBox's
 // "/VirtualBox/..." keys are left out.
 QList<QPair<QString, QString>> parseGuestProperties(const QString &output);
+// Whether a "guestproperty enumerate" listing holds `key` somewhere after its very first
+// character, or as the first property of the sorted listing of 7.0 and later.
+bool containsProperty(const QString &output, const QString &key);
 
 // Facts of a "showvminfo" description. The numbers return false when absent.
 bool parseCpuCount(const QString &description, unsigned int *count);
@@ -55,5 +66,12 @@ QString parseDiskUuid(const QString &description, DiskPort port, DiskDevice devi
 
 // Snapshot names of "snapshot <vm> list", children flattened in listing order.
 QStringList parseSnapshotNames(const QString &output);
+
+// The name in "Interface '<name>' was successfully created" of "hostonlyif create".
+bool parseCreatedInterfaceName(const QString &output, QString *name);
+
+// The units of the hard-disk items of the first virtual system in the listing of
+// "import <appliance> -n", in listing order.
+QList<int> parseImportDiskUnits(const QString &listing);
 
 } // namespace VBoxOutputParser

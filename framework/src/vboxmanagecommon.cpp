@@ -57,9 +57,45 @@ private:
     QProcess &m_process;
 };
 
+// The first of the variables that is set and not empty, as the C library reads them.
+QString firstSet(const QProcessEnvironment &env, std::initializer_list<const char *> names)
+{
+    for (const char *name : names) {
+        const QString value = env.value(QLatin1String(name));
+        if (!value.isEmpty())
+            return value;
+    }
+    return QString();
+}
+
+// "de_DE.UTF-8", "C.utf8", "ru_RU.UTF-8@modifier": the codeset between '.' and '@'.
+bool hasUtf8Codeset(const QString &locale)
+{
+    const int dot = locale.indexOf(QLatin1Char('.'));
+    if (dot < 0)
+        return false;
+    QString codeset = locale.mid(dot + 1).section(QLatin1Char('@'), 0, 0).toLower();
+    codeset.remove(QLatin1Char('-'));
+    return codeset == QLatin1String("utf8");
+}
+
 } // namespace
 
 namespace VBoxManageCommon {
+
+QProcessEnvironment childEnvironment(const QProcessEnvironment &base)
+{
+    QProcessEnvironment env = base;
+    // LC_ALL would override the two categories set below, so its value moves to them.
+    const QString characterSet = firstSet(base, {"LC_ALL", "LC_CTYPE", "LANG"});
+    env.remove(QStringLiteral("LC_ALL"));
+    env.insert(QStringLiteral("LC_CTYPE"),
+               hasUtf8Codeset(characterSet) ? characterSet : QStringLiteral("C.UTF-8"));
+    // "C" exists on every system; a missing locale would make the child fall back to ASCII.
+    env.insert(QStringLiteral("LC_MESSAGES"), QStringLiteral("C"));
+    env.remove(QStringLiteral("LANGUAGE"));
+    return env;
+}
 
 CallResult call(const QString &program, const QStringList &arguments, Options options,
                 VMToolsObserver *observer)
@@ -68,6 +104,7 @@ CallResult call(const QString &program, const QStringList &arguments, Options op
     QProcess process;
     const ChildReaper reaper(process);
     process.setProcessChannelMode(QProcess::SeparateChannels);
+    process.setProcessEnvironment(childEnvironment());
     if (observer)
         observer->setProcess(&process);
     if (!silent)

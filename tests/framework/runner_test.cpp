@@ -154,3 +154,35 @@ TEST(RunnerTest, OptionBitsSilenceOnlyWithSilentAndUnknownBitsAreIgnored)
     const LogLine returnLine = debugLine("[VBox] Return code: 0");
     EXPECT_EQ(log.lines(), (QList<LogLine>{callLine, returnLine, callLine, returnLine}));
 }
+
+TEST(RunnerTest, ChildrenGetEnglishMessagesAndKeepAUtf8CharacterSet)
+{
+    struct Case
+    {
+        QStringList given; // NAME=value
+        QString characterSet;
+    };
+    const QList<Case> cases = {
+        {{}, "C.UTF-8"},
+        {{"LANG=ru_RU.UTF-8"}, "ru_RU.UTF-8"},
+        {{"LC_ALL=de_DE.utf8", "LC_CTYPE=C", "LANG=C"}, "de_DE.utf8"},
+        {{"LC_ALL=", "LC_CTYPE=fr_FR.UTF-8@euro", "LANG=C"}, "fr_FR.UTF-8@euro"},
+        {{"LC_ALL=C", "LANG=ru_RU.UTF-8"}, "C.UTF-8"},
+        {{"LANG=ru_RU.KOI8-R", "LANGUAGE=ru:en"}, "C.UTF-8"},
+        {{"LANG=en_US"}, "C.UTF-8"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.given.join(' ').toStdString());
+        QProcessEnvironment given;
+        given.insert("PATH", "/usr/bin");
+        for (const QString &variable : c.given)
+            given.insert(variable.section('=', 0, 0), variable.section('=', 1));
+        const QProcessEnvironment child = childEnvironment(given);
+        EXPECT_FALSE(child.contains("LC_ALL"));
+        EXPECT_FALSE(child.contains("LANGUAGE"));
+        EXPECT_EQ(child.value("LC_CTYPE"), c.characterSet);
+        EXPECT_EQ(child.value("LC_MESSAGES"), "C");
+        EXPECT_EQ(child.value("PATH"), "/usr/bin");
+        EXPECT_EQ(child.value("LANG"), given.value("LANG"));
+    }
+}

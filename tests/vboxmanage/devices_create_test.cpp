@@ -5,6 +5,16 @@
 class CreateTest : public DevicesTest
 {
 protected:
+    // An engine in use has read VirtualBox's version at load (the loader logs it).
+    void SetUp() override
+    {
+        DevicesTest::SetUp();
+        m_standIn.onExact({"--version"}, {Answer::ok("5.2.44r139111\n")});
+        m_core.version();
+        m_standIn.clearRules();
+        m_standIn.clearCalls();
+    }
+
     void TearDown() override
     {
         Settings::remove(HostOnlyKey);
@@ -167,4 +177,67 @@ TEST_F(CreateTest, UnsafeNameIsRefusedBeforeAnyCommand)
     EXPECT_EQ(tree(), before);
     EXPECT_TRUE(m_log.contains(
         QtCriticalMsg, "[VBox] [createMachine] Refusing unsafe device name \"../outside\""));
+}
+
+// From 6.0 on the disks' units follow the appliance's own items, so VirtualBox's dry run
+// names them; a VirtualBox of unknown version is asked too. No listing, no import.
+TEST_F(CreateTest, FromSixOnTheDryRunNamesTheDisksUnits)
+{
+    const QString listing = QStringLiteral(
+        "Virtual system 0:\n"
+        " 2: Suggested VM group \"/\"\n"
+        "10: IDE controller, type PIIX4\n    (disable with \"--vsys 0 --unit 10 --ignore\")\n"
+        "11: Hard disk image: source image=a.vmdk, target path=/x/a.vmdk, controller=9;port=0\n"
+        "    (change target path with \"--vsys 0 --unit 11 --disk path\";\n"
+        "12: Hard disk image: source image=b.vmdk, target path=/x/b.vmdk, controller=9;port=1\n"
+        "14: Hard disk image: source image=c.vmdk, target path=/x/c.vmdk, controller=10;port=0\n");
+    struct Case
+    {
+        Answer version;
+        Answer dryRun;
+        QList<int> units; // none: the creation fails before the import
+    };
+    const QList<Case> cases = {
+        {Answer::ok("6.0.24r139119\n"), Answer::ok(listing), {11, 12, 14}},
+        {Answer::ok("7.1.6r167084\n"), Answer::ok(listing.left(listing.indexOf("14:"))), {11, 12}},
+        {Answer::fail(1), Answer::ok(listing), {11, 12, 14}},
+        {Answer::ok("7.0.10r158379\n"), Answer::fail(1), {}},
+        {Answer::ok("6.1.50r161033\n"), Answer::ok("Virtual system 0:\n"), {}},
+    };
+    const QStringList disks{"android_system_disk.vmdk", "android_data_disk.vmdk",
+                            "android_sdcard_disk.vmdk"};
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.version.out.toStdString());
+        VBoxManageCore core;
+        m_standIn.clearRules();
+        m_standIn.clearCalls();
+        m_log.clear();
+        m_standIn.onExact({"--version"}, {c.version});
+        m_standIn.onExact(cmd("import /apps/android.ova -n"), {c.dryRun});
+        scriptAll();
+        Settings::set(HostOnlyKey, QStringLiteral("vboxnet0"));
+        ASSERT_EQ(core.initialize().state, 0);
+        m_standIn.clearCalls();
+
+        const unsigned int result = core.createMachine("/apps/android.ova", "phone", 2, 2048, 0);
+
+        QString import("import /apps/android.ova --vsys 0 --vmname phone --cpus 2 --memory 2048");
+        for (int i = 0; i < c.units.size(); ++i)
+            import += QStringLiteral(" --vsys 0 --unit %1 --disk %2")
+                          .arg(c.units[i])
+                          .arg(device(disks[i]));
+        const QList<QStringList> calls = m_standIn.calls();
+        ASSERT_GE(calls.size(), 6);
+        EXPECT_EQ(calls.mid(3, 2),
+                  (QList<QStringList>{{"--version"}, cmd("import /apps/android.ova -n")}));
+        if (c.units.isEmpty()) {
+            EXPECT_EQ(result, EngineResult::CreationFailed);
+            EXPECT_EQ(calls.mid(5), QList<QStringList>{switchBack()});
+            EXPECT_TRUE(m_log.contains(QtCriticalMsg, "[VBox] [createMachine] No disk found in the "
+                                                      "appliance \"/apps/android.ova\""));
+        } else {
+            EXPECT_EQ(result, EngineResult::Success);
+            EXPECT_EQ(calls.value(5), cmd(import));
+        }
+    }
 }

@@ -3,6 +3,7 @@
 #include <vmtools/vmtools_export.h>
 
 #include <QFlags>
+#include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
 
@@ -27,6 +28,13 @@ struct CallResult
 
 constexpr int DefaultTimeoutMs = 30000;
 constexpr int LongTimeoutMs = 300000;
+
+// The environment every child (VBoxManage, ip) runs in: the caller's, with messages
+// asked for in English and a UTF-8 character set kept. English keeps the output what the
+// parsers read whatever the desktop's language; an ASCII character set ("LC_ALL=C") would
+// make VirtualBox refuse non-ASCII names and paths.
+VMTOOLS_EXPORT QProcessEnvironment
+childEnvironment(const QProcessEnvironment &base = QProcessEnvironment::systemEnvironment());
 
 VMTOOLS_EXPORT CallResult call(const QString &program, const QStringList &arguments,
                                Options options = {}, VMToolsObserver *observer = nullptr);
