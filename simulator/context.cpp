@@ -62,7 +62,8 @@ Options::Options(const QStringList &args, int from, const QStringList &flags)
             m_positional.append(arg);
             continue;
         }
-        QString name = arg.startsWith(QLatin1String("--")) ? arg : '-' + arg;
+        // "-vsys" is the old spelling of "--vsys"; "-n" and "-o" are short options.
+        QString name = arg.startsWith(QLatin1String("--")) || arg.size() == 2 ? arg : '-' + arg;
         const int equals = name.indexOf('=');
         if (equals > 0) {
             m_options.append({name.left(equals), name.mid(equals + 1)});

@@ -1,5 +1,7 @@
 // The whole life of a device: the plug-in, loaded as a host loads it, against the stand-in
-// (VirtualBox 5.2 formats), with the files on disk checked after each step.
+// printing each VirtualBox version's formats (and 7.1's in Russian, which the plug-in must
+// not see), with the files on disk checked after each step. The test's home folder holds
+// a non-ASCII name, and so do the clone's name and the export's path.
 #include "simhost.h"
 
 #include <vmtools/paths.h>
@@ -18,17 +20,24 @@ namespace {
 
 const char *const Variables[] = {"VBOXSIM_HOME", "VBOXSIM_VERSION", "VBOXSIM_BOOT_MS",
                                  "VBOXSIM_FAULTS"};
+const char *const LocaleVariables[] = {"LC_ALL", "LC_MESSAGES", "LC_CTYPE", "LANG"};
 
-// Puts the stand-in first on PATH and points it at the test's host while it lives.
+// Puts the stand-in first on PATH and points it at the test's host while it lives, in the
+// desktop's language `locale` (all categories) when one is given.
 class SimulatedVirtualBox
 {
 public:
-    explicit SimulatedVirtualBox(const SimHost &host)
+    SimulatedVirtualBox(const SimHost &host, const QByteArray &locale)
         : m_oldPath(qgetenv("PATH"))
     {
         qputenv("PATH", QByteArray(VBOXSIM_BIN_DIR) + ':' + m_oldPath);
         for (const char *name : Variables)
             qputenv(name, host.environment().value(name).toUtf8());
+        for (const char *name : LocaleVariables) {
+            m_oldLocale.append(qgetenv(name));
+            if (!locale.isEmpty())
+                qputenv(name, locale);
+        }
         Settings::remove(QStringLiteral("host.only.interface"));
     }
     ~SimulatedVirtualBox()
@@ -36,11 +45,32 @@ public:
         qputenv("PATH", m_oldPath);
         for (const char *name : Variables)
             qunsetenv(name);
+        for (int i = 0; i < m_oldLocale.size(); ++i) {
+            if (m_oldLocale[i].isEmpty())
+                qunsetenv(LocaleVariables[i]);
+            else
+                qputenv(LocaleVariables[i], m_oldLocale[i]);
+        }
     }
 
 private:
     QByteArray m_oldPath;
+    QList<QByteArray> m_oldLocale;
 };
+
+const QString Clone = QStringLiteral("Pixel \u03a9");
+const QString Renamed = QStringLiteral("Tablet \u00fc");
+
+struct Profile
+{
+    const char *version;
+    const char *locale; // the desktop's, or none
+};
+
+void PrintTo(const Profile &profile, std::ostream *os)
+{
+    *os << profile.version << ' ' << profile.locale;
+}
 
 std::unique_ptr<VMToolsEngine> loadEngine(LoadStateInfo *info)
 {
@@ -54,11 +84,16 @@ std::unique_ptr<VMToolsMachine> machine(VMToolsEngine &engine, const QString &na
 
 } // namespace
 
-TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
+class SimulatorLifecycle : public ::testing::TestWithParam<Profile>
 {
-    SimHost host;
+};
+
+TEST_P(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
+{
+    SimHost host(QString::fromLatin1(GetParam().version));
     host.setBootMs(300);
-    SimulatedVirtualBox virtualBox(host);
+    SimulatedVirtualBox virtualBox(host, GetParam().locale);
+    ASSERT_TRUE(Paths::getQuillomatePath().contains(QStringLiteral("zo\u00e9")));
     LoadStateInfo info;
     std::unique_ptr<VMToolsEngine> engine = loadEngine(&info);
     ASSERT_TRUE(engine);
@@ -73,12 +108,12 @@ TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     EXPECT_EQ(QDir(deploy + "/phone").entryList(QDir::Files, QDir::Name),
               (QStringList{"android_data_disk.vmdk", "android_system_disk.vmdk", "phone.vbox",
                            "sdcard.vdi"}));
-    EXPECT_TRUE(
-        host.vbox({"list", "systemproperties"})
-            .out.contains("Default machine folder:          " + host.home() + "/VirtualBox VMs\n"));
+    // The stand-in's own listings below may be in the desktop's language: only values count.
+    EXPECT_TRUE(host.vbox({"list", "systemproperties"})
+                    .out.contains("  " + host.home() + "/VirtualBox VMs\n"));
     const QString info0 = host.vbox({"showvminfo", "phone"}).out;
-    EXPECT_TRUE(info0.contains("IDEController (1, 0): " + deploy + "/phone/sdcard.vdi (UUID: "));
-    EXPECT_TRUE(info0.contains("Attachment: Host-only Interface 'vboxnet0'"));
+    for (const char *disk : {"android_system_disk.vmdk", "android_data_disk.vmdk", "sdcard.vdi"})
+        EXPECT_TRUE(info0.contains(deploy + "/phone/" + disk)) << disk;
 
     // The profile survives a reload.
     std::unique_ptr<VMToolsMachine> phone = machine(*engine, "phone");
@@ -88,6 +123,8 @@ TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     phone->setDensity("240");
     phone = machine(*engine, "phone");
     ASSERT_TRUE(phone);
+    EXPECT_EQ(phone->getAdapterType(1), VMToolsMachine::HostOnlyAdapter);
+    EXPECT_FALSE(phone->getDiskUuid(SecondaryPort, MasterDevice).isEmpty());
     EXPECT_EQ(phone->getResolution(), QSize(800, 1280));
     EXPECT_EQ(phone->getDensity(), "240");
     const QList<VMToolsMachine *> listed = engine->getMachines();
@@ -97,6 +134,7 @@ TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     // Start headless and wait for the guest's address.
     ASSERT_TRUE(engine->startMachine(phone.get(), VMToolsMachine::HeadlessLaunch));
     EXPECT_EQ(phone->waitForIP(), "192.168.56.101");
+    EXPECT_EQ(phone->getAdbSerial(), "192.168.56.101:5555");
     EXPECT_FALSE(phone->setRAM(1024)) << "a running machine refuses new memory";
     ASSERT_TRUE(engine->stopMachine(phone.get()));
     EXPECT_EQ(phone->getStatus(), VMToolsMachine::Off);
@@ -105,21 +143,21 @@ TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     EXPECT_FALSE(phone->canResetToFactory());
     ASSERT_TRUE(phone->createFactoryBackup());
     phone->setDensity("120");
-    ASSERT_EQ(engine->cloneMachine(phone.get(), "copy", true), 0u);
-    EXPECT_EQ(QDir(deploy + "/copy").entryList(QDir::Files).size(), 4);
-    EXPECT_EQ(engine->cloneMachine(phone.get(), "copy", true), 3u);
-    std::unique_ptr<VMToolsMachine> copy = machine(*engine, "copy");
+    ASSERT_EQ(engine->cloneMachine(phone.get(), Clone, true), 0u);
+    EXPECT_EQ(QDir(deploy + "/" + Clone).entryList(QDir::Files).size(), 4);
+    EXPECT_EQ(engine->cloneMachine(phone.get(), Clone, true), 3u);
+    std::unique_ptr<VMToolsMachine> copy = machine(*engine, Clone);
     ASSERT_TRUE(copy);
     EXPECT_EQ(copy->getDensity(), "240");
     EXPECT_TRUE(copy->canResetToFactory());
-    ASSERT_TRUE(engine->renameMachine(copy.get(), "tablet"));
-    EXPECT_FALSE(QFileInfo::exists(deploy + "/copy"));
-    EXPECT_TRUE(QFileInfo::exists(deploy + "/tablet/tablet.vbox"));
+    ASSERT_TRUE(engine->renameMachine(copy.get(), Renamed));
+    EXPECT_FALSE(QFileInfo::exists(deploy + "/" + Clone));
+    EXPECT_TRUE(QFileInfo::exists(deploy + "/" + Renamed + "/" + Renamed + ".vbox"));
 
     // Export to an OVA, then an export cancelled half-way leaves nothing behind.
     const QString exports = host.path("exports");
     QDir().mkpath(exports);
-    ASSERT_TRUE(engine->exportMachine(copy.get(), exports + "/tablet.ova", nullptr));
+    ASSERT_TRUE(engine->exportMachine(copy.get(), exports + "/" + Renamed + ".ova", nullptr));
     host.setFaults("export slow ms=8000\n");
     VMToolsObserver observer;
     std::thread canceller([&observer] {
@@ -130,7 +168,7 @@ TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     canceller.join();
     host.setFaults("");
     EXPECT_EQ(QDir(exports).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-              QStringList{"tablet.ova"});
+              QStringList{Renamed + ".ova"});
 
     // Factory reset brings the profile of the backup back.
     EXPECT_EQ(phone->resetFactory(), 0);
@@ -141,7 +179,7 @@ TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     EXPECT_TRUE(engine->deleteMachine(phone.get()));
     EXPECT_TRUE(engine->deleteMachine(copy.get()));
     EXPECT_FALSE(QFileInfo::exists(deploy + "/phone"));
-    EXPECT_FALSE(QFileInfo::exists(deploy + "/tablet"));
+    EXPECT_FALSE(QFileInfo::exists(deploy + "/" + Renamed));
     EXPECT_EQ(host.vbox({"list", "vms"}).out, "");
     EXPECT_EQ(host.vbox({"list", "hdds"}).out, "");
 
@@ -154,5 +192,16 @@ TEST(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     ASSERT_TRUE(engine);
     EXPECT_EQ(again.state, 0);
     EXPECT_EQ(engine->getAdapterName(), "vboxnet0");
-    EXPECT_EQ(host.vbox({"list", "hostonlyifs"}).out.count("VBoxNetworkName:"), 1);
+    EXPECT_EQ(host.vbox({"list", "hostonlyifs"}).out.count("HostInterfaceNetworking-"), 1);
 }
+
+INSTANTIATE_TEST_SUITE_P(EveryVersion, SimulatorLifecycle,
+                         ::testing::Values(Profile{"5.2", ""}, Profile{"6.0", ""},
+                                           Profile{"6.1", ""}, Profile{"7.0", ""},
+                                           Profile{"7.1", ""}, Profile{"7.1", "ru_RU.UTF-8"}),
+                         [](const ::testing::TestParamInfo<Profile> &info) {
+                             QString name = QStringLiteral("v%1%2").arg(
+                                 QString::fromLatin1(info.param.version),
+                                 QString::fromLatin1(info.param.locale).left(2));
+                             return name.remove('.').toStdString();
+                         });

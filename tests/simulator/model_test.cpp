@@ -35,10 +35,11 @@ TEST(SimulatorModel, FaultLinesAreParsedStrictly)
 TEST(SimulatorModel, OptionsTakeValuesInBothSpellingsAndKeepTheirOrder)
 {
     const Options options(
-        {"import", "a.ova", "--vsys", "0", "--unit=10", "--ignore", "-vmname", "x", "--disk"}, 1,
-        {"--ignore"});
+        {"import", "a.ova", "--vsys", "0", "--unit=10", "--ignore", "-vmname", "x", "-n", "--disk"},
+        1, {"--ignore", "-n"});
     EXPECT_EQ(options.positional(), QStringList{"a.ova"});
-    ASSERT_EQ(options.all().size(), 4);
+    ASSERT_EQ(options.all().size(), 5);
+    EXPECT_TRUE(options.has("-n")) << "short options keep their single dash";
     EXPECT_EQ(options.all()[1], qMakePair(QString("--unit"), QString("10")));
     EXPECT_EQ(options.all()[2], qMakePair(QString("--ignore"), QString()));
     EXPECT_EQ(options.value("--vmname"), "x");

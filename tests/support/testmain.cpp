@@ -17,7 +17,8 @@ int main(int argc, char **argv)
     QTemporaryDir home(QDir::tempPath() + QStringLiteral("/vmtools-test-home-XXXXXX"));
     qputenv("HOME", QFile::encodeName(home.path()));
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.path() + QStringLiteral("/.config")));
-    qputenv("QM_HOME", QFile::encodeName(home.path() + QStringLiteral("/qm")));
+    // A name of non-ASCII letters, as many users' home folders have.
+    qputenv("QM_HOME", QFile::encodeName(home.path() + QStringLiteral("/zo\u00e9/qm")));
 
     QCoreApplication app(argc, argv);
     ::testing::InitGoogleMock(&argc, argv);
