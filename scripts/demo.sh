@@ -6,7 +6,8 @@
 #
 # With no VBoxManage on PATH it drives the VirtualBox stand-in of this repository, in a
 # fresh simulated host and with a home folder of its own, so that nothing of the user's
-# is touched. With a real VirtualBox on PATH the same vmtools drives it; the devices get
+# is touched; VBOXSIM_VERSION (5.2, 6.0, 6.1, 7.0 or 7.1; 5.2 by default) chooses which
+# VirtualBox's output the stand-in prints. With a real VirtualBox on PATH the same vmtools drives it; the devices get
 # names of their own and DEMO_APPLIANCE may name an Android appliance (OVA) to import.
 set -euo pipefail
 
@@ -14,10 +15,19 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=${BUILD_DIR:-$root/build}
 jobs=$(nproc)
 
-if command -v VBoxManage >/dev/null 2>&1; then
+# DEMO_STANDIN=1 uses the stand-in even where a real VirtualBox is installed.
+if [[ ${DEMO_STANDIN:-0} != 1 ]] && command -v VBoxManage >/dev/null 2>&1; then
     simulate=0
 else
     simulate=1
+    export VBOXSIM_VERSION=${VBOXSIM_VERSION:-5.2}
+    case $VBOXSIM_VERSION in
+    5.2 | 6.0 | 6.1 | 7.0 | 7.1) ;;
+    *)
+        echo "VBOXSIM_VERSION must be 5.2, 6.0, 6.1, 7.0 or 7.1, not '$VBOXSIM_VERSION'" >&2
+        exit 2
+        ;;
+    esac
 fi
 
 "$root/scripts/install-deps.sh"
@@ -83,7 +93,7 @@ run() {
 }
 
 if ((simulate)); then
-    say "No VBoxManage on PATH: using the VirtualBox stand-in in $VBOXSIM_HOME"
+    say "No VBoxManage on PATH: using the VirtualBox $VBOXSIM_VERSION stand-in in $VBOXSIM_HOME"
 else
     say "Using $(command -v VBoxManage)"
 fi
