@@ -30,7 +30,7 @@ QString diskUuidBelowController(const QString &description, DiskPort port, DiskD
 {
     static const QRegularExpression controller(QStringLiteral("^#\\d+: 'IDEController', "));
     static const QRegularExpression place(
-        QStringLiteral("^  Port (\\d+), Unit (\\d+): UUID: ([a-f0-9-]*)(?:,|$)"));
+        QStringLiteral("^  Port (\\d+), Unit (\\d+): UUID: ([a-f0-9-]*)(?:,|\\r?$)"));
     bool inController = false;
     const QVector<QStringRef> lines = description.splitRef(QLatin1Char('\n'));
     for (const QStringRef &line : lines) {

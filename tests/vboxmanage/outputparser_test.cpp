@@ -1,6 +1,7 @@
 // The parsers left QRegExp for QRegularExpression to keep up with long outputs. Their
 // results must stay those of the QRegExp patterns, so these tests run the QRegExp forms as
-// references over recorded outputs and over the awkward shapes.
+// references over recorded outputs and over the awkward shapes. The layouts of 6.0 to 7.1
+// must give the readings of 5.2 for the same device.
 #include "vboxoutputparser.h"
 #include "vboxtest.h"
 
@@ -142,6 +143,16 @@ QString parsedDescription(const QString &text)
     return facts.join('|');
 }
 
+// The device's guest properties as "key=value", sorted: 7.0 and later list them by name.
+QStringList sortedProperties(const QString &output)
+{
+    QStringList properties;
+    for (const QPair<QString, QString> &property : VBoxOutputParser::parseGuestProperties(output))
+        properties << property.first + '=' + property.second;
+    properties.sort();
+    return properties;
+}
+
 } // namespace
 
 TEST(OutputParserTest, DhcpRecordsMatchTheMinimalQRegExpReading)
@@ -216,4 +227,106 @@ TEST(OutputParserTest, HostOnlyRecordsAndSnapshotNamesMatchTheQRegExpReading)
     for (const QString &input : {snapshots, withCrLf(snapshots), odd})
         EXPECT_EQ(VBoxOutputParser::parseSnapshotNames(input), referenceSnapshots(input))
             << input.toStdString();
+}
+
+TEST(OutputParserTest, LaterLayoutsReadAsThe52Recordings)
+{
+    const QString description = recorded("machine-showvminfo.txt");
+    const QString dhcp = recorded("core-dhcpservers.txt");
+    const QString properties = recorded("machine-guestproperty-enumerate.txt");
+    const QString snapshots = recorded("machine-snapshot-list.txt");
+    // The 5.2 readings pinned, so that equal readings cannot both be empty.
+    ASSERT_EQ(parsedDescription(description),
+              QStringLiteral("2|2048|%1|1=Host-only Interface 'vboxnet0'|2=NAT|"
+                             "1c7e5a3b-2d4f-4e6a-8b9c-0d1e2f3a4b5c|"
+                             "2d8f6b4c-3e5a-4f7b-9cad-1e2f3a4b5c6d|"
+                             "3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e|")
+                  .arg(VMToolsMachine::On));
+    ASSERT_EQ(sortedProperties(properties).size(), 12);
+    ASSERT_TRUE(sortedProperties(properties).contains("product_model=Pixel 2"));
+    ASSERT_EQ(VBoxOutputParser::parseSnapshotNames(snapshots),
+              (QStringList{"factory-backup", "before update", "after update"}));
+
+    struct Row
+    {
+        const char *version;
+        const char *versionLine;
+        QList<int> diskUnits;
+    };
+    // 6.0 and later suggest a group, a settings file and a base folder ahead of the disks.
+    // The 5.2 row reads only the dry run: the other 5.2 listings are the baseline.
+    const Row rows[] = {{"5.2", nullptr, {10, 11, 12}},
+                        {"6.0", "6.0.24r139119", {13, 14, 15}},
+                        {"6.1", "6.1.50r161033", {13, 14, 15}},
+                        {"7.0", "7.0.10r158379", {13, 14, 15}},
+                        {"7.1", "7.1.6r167084", {13, 14, 15}}};
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.version);
+        const auto printed = [&row](const char *file) {
+            return recorded(file, row.version);
+        };
+        EXPECT_EQ(VBoxOutputParser::parseImportDiskUnits(printed("import-dry-run.txt")),
+                  row.diskUnits);
+        if (!row.versionLine)
+            continue;
+        EXPECT_EQ(parsedDescription(printed("machine-showvminfo.txt")),
+                  parsedDescription(description));
+        EXPECT_EQ(parsedDhcp(printed("core-dhcpservers.txt")), parsedDhcp(dhcp));
+        const QString printedProperties = printed("machine-guestproperty-enumerate.txt");
+        EXPECT_EQ(sortedProperties(printedProperties), sortedProperties(properties));
+        EXPECT_TRUE(VBoxOutputParser::containsProperty(printedProperties, "vbox_graph_mode"));
+        EXPECT_EQ(VBoxOutputParser::parseSnapshotNames(printed("machine-snapshot-list.txt")),
+                  VBoxOutputParser::parseSnapshotNames(snapshots));
+        EXPECT_EQ(VBoxOutputParser::parseVersion(printed("version.txt")), row.versionLine);
+    }
+}
+
+TEST(OutputParserTest, LaterLayoutEdges)
+{
+    // The Linux wrapper's warnings ahead of the tool's own output.
+    const QString created = recorded("hostonlyif-create.txt", "6.1");
+    QString name;
+    EXPECT_TRUE(VBoxOutputParser::parseCreatedInterfaceName(created, &name));
+    EXPECT_EQ(name, "vboxnet1");
+    const QString warnings = created.left(created.indexOf("Interface '"));
+    ASSERT_TRUE(warnings.startsWith("WARNING: "));
+    EXPECT_EQ(VBoxOutputParser::parseVersion(warnings + "6.1.38_Ubuntur153438\n"),
+              "6.1.38_Ubuntur153438");
+
+    // A sorted listing that opens with the property.
+    EXPECT_TRUE(VBoxOutputParser::containsProperty(
+        "vbox_graph_mode = '1080x1920-16' @ 2024-06-03T09:13:51.000Z\n"
+        "vkeyboard_mode  = '2'            @ 2024-06-03T09:13:51.000Z\n",
+        "vbox_graph_mode"));
+
+    // The attachment at port 1, unit 0 below its controller.
+    const QString sdcard = QStringLiteral("3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e");
+    struct Row
+    {
+        const char *what;
+        QString from;
+        QString to;
+        QString uuid;
+    };
+    const Row rows[] = {
+        {"flagged", sdcard + '\n', sdcard + ", hot-pluggable\n", sdcard},
+        {"upper-case", sdcard, sdcard.toUpper(), QString()},
+        {"other controller", "  Port 1, Unit 0:",
+         "#1: 'SATAController', Type: IntelAhci, Instance: 0, Ports: 2 (max 30), Bootable\n"
+         "  Port 1, Unit 0:",
+         QString()},
+        // Windows hosts end lines with CRLF.
+        {"CRLF", "\n", "\r\n", sdcard},
+    };
+    for (const char *version : {"7.0", "7.1"}) {
+        const QString description = recorded("machine-showvminfo.txt", version);
+        for (const Row &row : rows) {
+            SCOPED_TRACE(std::string(version) + ' ' + row.what);
+            ASSERT_TRUE(description.contains(row.from));
+            EXPECT_EQ(
+                VBoxOutputParser::parseDiskUuid(QString(description).replace(row.from, row.to),
+                                                SecondaryPort, MasterDevice),
+                row.uuid);
+        }
+    }
 }

@@ -22,11 +22,12 @@ using ::testing::Return;
 const QString PhoneUuid = QStringLiteral("0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11");
 const QString HostOnlyKey = QStringLiteral("host.only.interface");
 
-// A VBoxManage output recorded from VirtualBox 5.2.
-inline QString recorded(const QString &file)
+// A VBoxManage output of VirtualBox `version`: recorded from 5.2, and for later versions the
+// same device written out in the layout that version prints.
+inline QString recorded(const QString &file, const QString &version = QStringLiteral("5.2"))
 {
-    QFile data(QStringLiteral(TEST_DATA_DIR "/5.2/") + file);
-    EXPECT_TRUE(data.open(QIODevice::ReadOnly)) << file.toStdString();
+    QFile data(QStringLiteral(TEST_DATA_DIR "/%1/%2").arg(version, file));
+    EXPECT_TRUE(data.open(QIODevice::ReadOnly)) << (version + '/' + file).toStdString();
     return QString::fromUtf8(data.readAll());
 }
 
