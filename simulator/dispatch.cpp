@@ -2,6 +2,7 @@
 
 #include "commands.h"
 #include "console.h"
+#include "userlocale.h"
 
 #include <QMap>
 #include <QThread>
@@ -81,7 +82,7 @@ int syntaxError(Context &context, const QString &message)
 int runVBoxManage(const QStringList &args)
 {
     Context context;
-    context.format = Format::create(environment("VBOXSIM_VERSION"));
+    context.format = Format::create(environment("VBOXSIM_VERSION"), UserLocale::messageLanguage());
     if (args.isEmpty()) {
         printOut(context.format->logo() + QStringLiteral("Usage:\n\nVBoxManage [<general option>] "
                                                          "<command>\n"));

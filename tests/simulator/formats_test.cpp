@@ -26,6 +26,46 @@ TEST(SimulatorFormats, AFreshHostInEachVersion)
     }
 }
 
+TEST(SimulatorFormats, From70MessagesFollowTheLanguageOfTheEnvironment)
+{
+    struct Version
+    {
+        QString version;
+        QList<QPair<QString, QString>> variables; // a null value unsets the variable
+        bool russian;
+    };
+    // LC_ALL, then LC_MESSAGES, then LANG; the first that is set and not empty counts.
+    const QList<Version> versions = {
+        {"7.0", {{"LC_ALL", "ru_RU.UTF-8"}}, true},
+        {"7.1", {{"LC_ALL", ""}, {"LC_MESSAGES", "ru_RU.UTF-8"}, {"LANG", "C.UTF-8"}}, true},
+        {"6.1", {{"LC_ALL", "ru_RU.UTF-8"}}, false},
+        {"7.1", {{"LC_ALL", QString()}, {"LC_MESSAGES", "C"}, {"LANG", "ru_RU.UTF-8"}}, false}};
+    for (const Version &v : versions) {
+        SCOPED_TRACE(v.version.toStdString() + (v.russian ? " ru" : " en"));
+        SimHost host(v.version);
+        for (const auto &[name, value] : v.variables)
+            host.setVariable(name, value);
+        host.importSample("phone");
+        const bool ru = v.russian;
+        expectRuns(host, {{"hostonlyif create", 0,
+                           ru ? "Интерфейс 'vboxnet0' успешно создан\n"
+                              : "Interface 'vboxnet0' was successfully created\n",
+                           OutIs},
+                          {"list systemproperties", 0,
+                           (ru ? "\nПапка машины по умолчанию:          "
+                               : "\nDefault machine folder:          ") +
+                               host.home() + "/VirtualBox VMs\n",
+                           OutHas},
+                          {"guestproperty get phone nothing", 0,
+                           ru ? "Не задано какое-либо значение!\n" : "No value set!\n", OutIs},
+                          // Cyrillic labels are padded by characters, not bytes.
+                          {"showvminfo phone", 0,
+                           ru ? "\nСостояние:                   выключена (с "
+                              : "\nState:                       powered off (since ",
+                           OutHas}});
+    }
+}
+
 TEST(SimulatorFormats, DhcpServersPerVersion)
 {
     const QString v61Listing = "NetworkName:    HostInterfaceNetworking-vboxnet0\n"
