@@ -10,7 +10,7 @@
 namespace VBoxSim {
 
 // Exit codes as VBoxManage uses them.
-enum ExitCode { ExitSuccess = 0, ExitFailure = 1, ExitSyntax = 2 };
+enum ExitCode { ExitSuccess = 0, ExitFailure = 1, ExitSyntax = 2, ExitInit = 3 };
 
 void printOut(const QString &text);
 void printErr(const QString &text);

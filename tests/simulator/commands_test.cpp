@@ -154,6 +154,42 @@ TEST(SimulatorCommands, RunningUnknownAndMisconfiguredMachinesAreRefusedAsVirtua
                    {"\nNumber of CPUs:  3\n", "Attachment: Host-only Interface 'vboxnet0'"});
 }
 
+TEST(SimulatorCommands, NonAsciiArgumentsNeedAUtf8CharacterSet)
+{
+    const QString name = "Pixel Ω";
+    // LC_ALL, then LC_CTYPE, then LANG: the first that is set and not empty counts.
+    const QList<QPair<QList<QPair<QString, QString>>, int>> settings = {
+        {{{"LC_ALL", "C"}, {"LC_CTYPE", "C.UTF-8"}}, 3},
+        {{{"LC_ALL", QString()}}, 3},
+        {{{"LC_ALL", QString()}, {"LC_CTYPE", "C.UTF-8"}, {"LANG", "C"}}, 1},
+        {{{"LC_ALL", ""}, {"LANG", "en_US.utf8"}}, 1}};
+    for (const auto &[variables, exitCode] : settings) {
+        SimHost host;
+        for (const auto &[variable, value] : variables)
+            host.setVariable(variable, value);
+        const ToolRun run = host.vbox({"showvminfo", name});
+        EXPECT_EQ(run.exitCode, exitCode) << qPrintable(run.err);
+        EXPECT_TRUE(run.err.startsWith(
+            exitCode == 3 ? "VBoxManage: fatal error: RTR3Init: VERR_NO_TRANSLATION\n"
+                          : errorLines({"Could not find a registered machine named 'Pixel Ω'"})))
+            << qPrintable(run.err);
+    }
+
+    // Names and paths go through the host and come back unchanged.
+    SimHost host;
+    host.setVariable("LC_ALL", QString());
+    host.setVariable("LC_CTYPE", "C.UTF-8");
+    const QString disk = host.path("zoé/sd.vmdk");
+    ASSERT_EQ(host.vbox({"import", VBOXSIM_SAMPLE_OVA, "--vsys", "0", "--vmname", name, "--vsys",
+                         "0", "--unit", "12", "--disk", disk})
+                  .exitCode,
+              0);
+    EXPECT_TRUE(QFileInfo::exists(disk));
+    EXPECT_TRUE(host.vbox({"list", "vms"}).out.startsWith("\"Pixel Ω\" {"));
+    expectContains(host.vbox({"showvminfo", name}).out,
+                   {"Name:            Pixel Ω\n", "\nIDEController (1, 0): " + disk + " (UUID: "});
+}
+
 TEST(SimulatorCommands, SnapshotsAreTakenListedAndRestored)
 {
     SimHost host;

@@ -13,6 +13,7 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QTextCodec>
 #include <QThread>
 
 #include <memory>
@@ -29,7 +30,10 @@ class SimHost
 public:
     explicit SimHost(const QString &version = QStringLiteral("5.2"))
         : m_version(version)
-    {}
+    {
+        // Arguments reach the stand-in as UTF-8 whatever the tests' own locale.
+        QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    }
 
     QString home() const { return m_dir.path() + QStringLiteral("/host"); }
     QString path(const QString &relative) const { return m_dir.path() + '/' + relative; }
