@@ -190,7 +190,7 @@ QString Format::hostInfo(const HostState &host) const
     text += tr(QStringLiteral("Memory size: %1 MByte")).arg(host.memoryMB) + '\n';
     text += QStringLiteral("Memory available: %1 MByte\n").arg(host.memoryMB * 2 / 3);
     text += QStringLiteral("Operating system: Linux\n");
-    text += QStringLiteral("Operating system version: 5.10.0-28-amd64\n");
+    text += QStringLiteral("Operating system version: %1\n").arg(hostKernelRelease());
     return text;
 }
 
@@ -312,6 +312,11 @@ QString Format::row(const QString &label, const QString &value, int width) const
 QString Format::field(const QString &label, const QString &value) const
 {
     return row(label, value, labelWidth());
+}
+
+QString hostKernelRelease()
+{
+    return QStringLiteral("5.10.0-28-amd64");
 }
 
 QString hostOnlyMac(int index)

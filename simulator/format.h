@@ -131,5 +131,7 @@ private:
 // The GUID that VirtualBox on Linux makes up for a host interface from its name and MAC.
 QString interfaceGuid(const QString &name, const QString &mac);
 QString hostOnlyMac(int index);
+// What `uname -r` says on the simulated host.
+QString hostKernelRelease();
 
 } // namespace VBoxSim

@@ -24,15 +24,16 @@ bool hasNonAsciiArgument(int argc, char **argv)
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    if (!VBoxSim::UserLocale::utf8CharacterSet() && hasNonAsciiArgument(argc, argv)) {
-        VBoxSim::printErr(
-            QStringLiteral("VBoxManage: fatal error: RTR3Init: VERR_NO_TRANSLATION\n"));
-        return VBoxSim::ExitInit;
-    }
     // Arguments, file names and the environment are UTF-8 whichever locales the system has.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     QStringList args;
     for (int i = 1; i < argc; ++i)
         args.append(QString::fromUtf8(argv[i]));
+    VBoxSim::printWrapperWarnings(args);
+    if (!VBoxSim::UserLocale::utf8CharacterSet() && hasNonAsciiArgument(argc, argv)) {
+        VBoxSim::printErr(
+            QStringLiteral("VBoxManage: fatal error: RTR3Init: VERR_NO_TRANSLATION\n"));
+        return VBoxSim::ExitInit;
+    }
     return VBoxSim::runVBoxManage(args);
 }

@@ -375,6 +375,8 @@ TEST(SimulatorCommands, InjectedFaultsFailTheWayVirtualBoxDoes)
                    "clonevm diskfull\n"
                    "createhd diskfull count=1\n"
                    "list/hostinfo fail exit=3 message=no host\n"
+                   "--version nodriver\n"
+                   "list/vms nodriver count=1\n"
                    "ip/addr down vm=vboxnet0 count=1\n"
                    "ip/route fail exit=2\n"
                    "this line is not a fault\n");
@@ -385,6 +387,16 @@ TEST(SimulatorCommands, InjectedFaultsFailTheWayVirtualBoxDoes)
     const QString sd = host.path("sd.vdi");
     const QString start = "startvm phone --type headless";
     const QString memory = "modifyvm phone --memory 1024";
+    // The wrapper script's warning comes first on stdout, for "--version" too.
+    const QString warning =
+        "WARNING: The vboxdrv kernel module is not loaded. Either there is no module\n"
+        "         available for the current kernel (5.10.0-28-amd64) or it failed to\n"
+        "         load. Please recompile the kernel module and install it by\n\n"
+        "           sudo /sbin/vboxconfig\n\n"
+        "         You will not be able to start VMs until this problem is fixed.\n";
+    expectRuns(host, {{"--version", 0, warning + "5.2.44r139111\n", OutIs},
+                      {"list vms", 0, warning + "\"phone\" {", OutHas}});
+    EXPECT_TRUE(host.vbox({"list", "vms"}).out.startsWith("\"phone\" {"));
     expectRuns(host, {{start, 1, errorLines({"VT-x is not available (VERR_VMX_NO_VMX)"})},
                       {start, 1, "(VERR_SVM_DISABLED)"},
                       {"showvminfo phone", 0, "powered off (since", OutHas},
