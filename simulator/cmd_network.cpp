@@ -29,13 +29,13 @@ int createInterface(Context &context)
 {
     if (context.faultIs("fail")) {
         printErr(context.format->progressFailure(QStringLiteral("NS_ERROR_FAILURE")));
-        printComError({QStringLiteral("Failed to create the host-only adapter\nVBoxNetAdpCtl: "
-                                      "Error while adding new interface: failed to open "
-                                      "/dev/vboxnetctl: No such file or directory"),
-                       codeFailure(), QStringLiteral("HostNetworkInterfaceWrap"),
-                       QStringLiteral("IHostNetworkInterface"),
-                       QStringLiteral("RTEXITCODE handleCreate(HandlerArg*)"),
-                       context.format->hostOnlyLines().create, HostonlyFile});
+        printProgressError({QStringLiteral("Failed to create the host-only adapter\nVBoxNetAdpCtl: "
+                                           "Error while adding new interface: failed to open "
+                                           "/dev/vboxnetctl: No such file or directory"),
+                            codeFailure(), QStringLiteral("HostNetworkInterfaceWrap"),
+                            QStringLiteral("IHostNetworkInterface"),
+                            QStringLiteral("RTEXITCODE handleCreate(HandlerArg*)"),
+                            context.format->sourceLine(SourceCall::HostOnlyCreate), HostonlyFile});
         return ExitFailure;
     }
     int index = 0;
@@ -59,7 +59,8 @@ int removeInterface(Context &context, const QString &name)
 {
     HostState &host = context.host;
     if (!host.findHostOnly(name)) {
-        interfaceNotFound(name, context.format->hostOnlyLines().remove, HostonlyFile);
+        interfaceNotFound(name, context.format->sourceLine(SourceCall::HostOnlyRemove),
+                          HostonlyFile);
         return ExitFailure;
     }
     printProgress(context);
@@ -83,7 +84,8 @@ int configureInterface(Context &context, const QStringList &args)
 {
     HostOnlyInterface *iface = context.host.findHostOnly(args[2]);
     if (!iface) {
-        interfaceNotFound(args[2], context.format->hostOnlyLines().ipconfig, HostonlyFile);
+        interfaceNotFound(args[2], context.format->sourceLine(SourceCall::HostOnlyIpConfig),
+                          HostonlyFile);
         return ExitFailure;
     }
     const Options options(args, 3, {"--dhcp"});
@@ -99,7 +101,7 @@ int configureInterface(Context &context, const QStringList &args)
         printError(QStringLiteral("Code E_ACCESSDENIED (0x80070005) - Access denied (extended info "
                                   "not available)\nContext: \"EnableStaticIPConfig(Bstr(pszIp)."
                                   "raw(), Bstr(pszNetmask).raw())\" at line %1 of file %2")
-                       .arg(context.format->hostOnlyLines().ipconfig + 10)
+                       .arg(context.format->sourceLine(SourceCall::HostOnlyIpConfig) + 10)
                        .arg(HostonlyFile));
         return ExitFailure;
     }

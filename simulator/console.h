@@ -28,8 +28,11 @@ struct ComError
     QString context;   // the call text, without quotes
     int line = 0;
     QString file;
+    bool callee = true; // the error info of a failed progress names none
 };
 void printComError(const ComError &error);
+// The error of a failed progress, after its summary line.
+void printProgressError(ComError error);
 
 // Set by the SIGINT handler of commands that show progress.
 extern volatile std::sig_atomic_t g_interrupted;

@@ -7,6 +7,10 @@
 #include "translation.h"
 
 #include <QDateTime>
+#include <QMap>
+
+#include <algorithm>
+#include <array>
 
 namespace VBoxSim {
 
@@ -148,6 +152,23 @@ int Format::release() const
 QString Format::versionNumber() const
 {
     return versionString().section('r', 0, 0);
+}
+
+int Format::sourceLine(SourceCall call) const
+{
+    // For 5.2.44, 6.0.24, 6.1.50, 7.0.10 and 7.1.6 in turn; where a release's sources were
+    // not at hand, those of the release before it, or for 7.x those of 6.1, stand in.
+    static const QMap<SourceCall, std::array<int, 5>> lines = {
+        {SourceCall::HostOnlyCreate, {94, 94, 95, 105, 105}},
+        {SourceCall::HostOnlyRemove, {139, 139, 140, 150, 150}},
+        {SourceCall::HostOnlyIpConfig, {231, 231, 232, 242, 242}},
+        {SourceCall::CreateMedium, {450, 450, 510, 630, 630}},
+        {SourceCall::CloneCreateMachine, {467, 593, 594, 704, 742}},
+        {SourceCall::CloneProgress, {480, 480, 610, 610, 610}},
+        {SourceCall::ImportAppliance, {877, 877, 1363, 1436, 1447}},
+        {SourceCall::ExportAppliance, {1263, 1263, 1941, 2028, 2028}}};
+    static const QList<int> releases = {52, 60, 61, 70, 71};
+    return lines.value(call)[size_t(std::max(0, releases.indexOf(release())))];
 }
 
 QString Format::logo() const

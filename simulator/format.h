@@ -42,12 +42,16 @@ struct InfoLine
 };
 using InfoLines = QList<InfoLine>;
 
-// Lines of VBoxManageHostonly.cpp that the "Context:" of its errors quotes.
-struct HostOnlyLines
-{
-    int create;
-    int remove;
-    int ipconfig;
+// Calls of VBoxManage whose source line the "Context:" of an error quotes.
+enum class SourceCall {
+    HostOnlyCreate,
+    HostOnlyRemove,
+    HostOnlyIpConfig,
+    CreateMedium,
+    CloneCreateMachine,
+    CloneProgress,
+    ImportAppliance,
+    ExportAppliance
 };
 
 // The output formats of one VirtualBox version. The base class prints 5.2; later
@@ -80,7 +84,7 @@ public:
     virtual bool listsMachineFolderItems() const { return false; }
     // 6.1.28 and later allow host-only addresses only in 192.168.56.0/21 by default.
     virtual bool restrictsHostOnlyAddresses() const { return false; }
-    virtual HostOnlyLines hostOnlyLines() const { return {94, 139, 231}; }
+    int sourceLine(SourceCall call) const;
     // 6.1 rewrote "dhcpserver": new option names beside the old ones, other messages.
     virtual bool rewrittenDhcpServerCommand() const { return false; }
 

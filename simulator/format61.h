@@ -12,7 +12,6 @@ public:
     QString versionString() const override;
     QString dhcpServers(const HostState &host) const override;
     bool restrictsHostOnlyAddresses() const override { return true; }
-    HostOnlyLines hostOnlyLines() const override { return {95, 140, 232}; }
     bool rewrittenDhcpServerCommand() const override { return true; }
 
 protected:

@@ -13,7 +13,6 @@ public:
     QString logo() const override;
     QString guestProperties(const QList<GuestProperty> &properties) const override;
     QString progressFailure(const QString &hresult) const override;
-    HostOnlyLines hostOnlyLines() const override { return {105, 150, 242}; }
 
 protected:
     int copyrightYear() const override { return 2023; }

@@ -121,16 +121,17 @@ TEST(SimulatorFormats, From60ImportRenumbersUnitsAndLabelsWiden)
         QString memoryLine;
         QString diskItemTail;   // of the third disk's item in a dry run
         int outsideAddressExit; // of an address outside 192.168.56.0/21
+        QString removeContext;  // of removing a missing interface
     };
     const QList<Version> versions = {
         {"6.0", "\nMemory size                  2048MB\n",
          "controller=12;channel=0\n    (change target path with \"--vsys 0 --unit 15 --disk "
          "path\";\n    disable with \"--vsys 0 --unit 15 --ignore\")\n",
-         0},
+         0, "at line 139 of file VBoxManageHostonly.cpp\n"},
         {"6.1", "\nMemory size:                 2048MB\n",
          "controller=12;port=0\n    (change target path with \"--vsys 0 --unit 15 --disk path\";\n"
          "    change controller with \"--vsys 0 --unit 15 --controller <index>\";\n",
-         1}};
+         1, "at line 140 of file VBoxManageHostonly.cpp\n"}};
     for (const Version &v : versions) {
         SCOPED_TRACE(v.version.toStdString());
         SimHost host(v.version);
@@ -210,8 +211,7 @@ TEST(SimulatorFormats, From70StorageLinesAndGuestPropertiesLookDifferent)
                                      "VBoxNetAdpCtl: Error while adding new interface: failed to "
                                      "open /dev/vboxnetctl: No such file or directory",
                                      "Details: code NS_ERROR_FAILURE (0x80004005), component "
-                                     "HostNetworkInterfaceWrap, interface IHostNetworkInterface, "
-                                     "callee nsISupports",
+                                     "HostNetworkInterfaceWrap, interface IHostNetworkInterface",
                                      "Context: \"RTEXITCODE handleCreate(HandlerArg*)\" at line "
                                      "105 of file VBoxManageHostonly.cpp"}),
                      ErrIs}});
