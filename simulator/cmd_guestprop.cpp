@@ -3,6 +3,8 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace VBoxSim {
 
 namespace {
@@ -38,7 +40,13 @@ int enumerate(Context &context, Machine &machine, const QStringList &args)
     for (const GuestProperty &p : machine.config.guestProperties)
         if (matchesPatterns(p.name, patterns))
             shown.append(p);
-    if (options.has(QStringLiteral("--old-format")))
+    const bool oldFormat = options.has(QStringLiteral("--old-format"));
+    if (oldFormat && !context.format->newStyleGuestProperties())
+        return syntaxError(context, QStringLiteral("Incorrect parameters"));
+    if (context.format->newStyleGuestProperties() && !options.has(QStringLiteral("--unsort")))
+        std::sort(shown.begin(), shown.end(),
+                  [](const GuestProperty &a, const GuestProperty &b) { return a.name < b.name; });
+    if (oldFormat)
         printOut(Format().guestProperties(shown));
     else
         printOut(context.format->guestProperties(shown));

@@ -76,6 +76,8 @@ public:
     virtual QString natNetworks() const;
     QString showVmInfo(HostState &host, const Machine &machine) const;
     virtual QString guestProperties(const QList<GuestProperty> &properties) const;
+    // 7.0 and later list guest properties anew and take --old-format for the old lines.
+    bool newStyleGuestProperties() const { return release() >= 70; }
     QString snapshotList(const Machine &machine) const;
     // What follows the progress dots when an operation fails.
     virtual QString progressFailure(const QString &hresult) const;

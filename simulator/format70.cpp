@@ -23,18 +23,15 @@ QString Format70::guestProperties(const QList<GuestProperty> &properties) const
 {
     if (properties.isEmpty())
         return QStringLiteral("No properties found.\n");
-    QList<GuestProperty> sorted = properties;
-    std::sort(sorted.begin(), sorted.end(),
-              [](const GuestProperty &a, const GuestProperty &b) { return a.name < b.name; });
     int nameWidth = 0, valueWidth = 0;
-    for (const GuestProperty &p : sorted) {
+    for (const GuestProperty &p : properties) {
         nameWidth = std::max(nameWidth, int(p.name.size()));
         valueWidth = std::max(valueWidth, int(p.value.size()));
     }
     nameWidth = std::min(nameWidth, 48);
     valueWidth = std::min(valueWidth, 28);
     QString text;
-    for (const GuestProperty &p : sorted) {
+    for (const GuestProperty &p : properties) {
         QString line = QStringLiteral("%1 = '%2'").arg(p.name.leftJustified(nameWidth), p.value);
         const int pad = std::max(1, nameWidth + valueWidth + 6 - int(line.size()));
         const QString time = QDateTime::fromMSecsSinceEpoch(p.timestampNs / 1000000, Qt::UTC)

@@ -162,7 +162,9 @@ TEST(SimulatorFormats, From60ImportRenumbersUnitsAndLabelsWiden)
                   ? QString()
                   : errorLines({"Code E_ACCESSDENIED (0x80070005) - Access denied "
                                 "(extended info not available)"})},
-             {"hostonlyif ipconfig vboxnet0 --ip 192.168.63.1", 0}});
+             {"hostonlyif ipconfig vboxnet0 --ip 192.168.63.1", 0},
+             {"hostonlyif remove vboxnet9", 1, v.removeContext},
+             {"guestproperty enumerate phone --old-format", 2, "Incorrect parameters"}});
     }
 }
 
@@ -202,6 +204,10 @@ TEST(SimulatorFormats, From70StorageLinesAndGuestPropertiesLookDifferent)
             << qPrintable(listing);
         EXPECT_TRUE(listing.contains(
             "\nvbox_graph_mode           = '768x1280-16'   @ 2023-11-14T22:13:20.000Z\n"));
+        expectRuns(host, {{"guestproperty enumerate phone --old-format", 0,
+                           "\nName: android_version, value: 8.0, timestamp: 1700000000000000000, "
+                           "flags: \nName: build_version_release, value: 8.0, timestamp: ",
+                           OutHas}});
 
         host.setFaults("hostonlyif/create fail\n");
         expectRuns(host,
