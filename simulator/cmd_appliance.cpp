@@ -29,9 +29,10 @@ int applianceError(Context &context, const QString &summary, const QString &mess
                    const QString &handler, int line)
 {
     printErr(context.format->progressFailure(QStringLiteral("VBOX_E_FILE_ERROR")));
-    printComError({summary + '\n' + message, codeFileError(), QStringLiteral("ApplianceWrap"),
-                   QStringLiteral("IAppliance"),
-                   QStringLiteral("RTEXITCODE %1(HandlerArg*)").arg(handler), line, ApplianceFile});
+    printProgressError({summary + '\n' + message, codeFileError(), QStringLiteral("ApplianceWrap"),
+                        QStringLiteral("IAppliance"),
+                        QStringLiteral("RTEXITCODE %1(HandlerArg*)").arg(handler), line,
+                        ApplianceFile});
     return ExitFailure;
 }
 
@@ -253,7 +254,8 @@ int doImport(Context &context, const Package &package, const QList<ApplianceItem
         return applianceError(
             context, summary,
             QStringLiteral("Machine settings file '%1' already exists").arg(settingsFile),
-            QStringLiteral("handleImportAppliance"), 877);
+            QStringLiteral("handleImportAppliance"),
+            context.format->sourceLine(SourceCall::ImportAppliance));
     Machine m = machineFromAppliance(context.host, items, package.system, settingsFile);
     QList<Medium> media;
     QDir().mkpath(folder);
@@ -261,7 +263,7 @@ int doImport(Context &context, const Package &package, const QList<ApplianceItem
     if (!failure.isEmpty()) {
         QDir().rmdir(folder);
         return applianceError(context, summary, failure, QStringLiteral("handleImportAppliance"),
-                              877);
+                              context.format->sourceLine(SourceCall::ImportAppliance));
     }
     printErr(context.format->progress());
     context.host.machines.append(m);
@@ -289,7 +291,8 @@ int writeArchive(Context &context, const QString &output, const QByteArray &arch
         return applianceError(
             context, QStringLiteral("Appliance write failed"),
             QStringLiteral("Could not create OVA file '%1' (VERR_PATH_NOT_FOUND)").arg(output),
-            QStringLiteral("handleExportAppliance"), 1263);
+            QStringLiteral("handleExportAppliance"),
+            context.format->sourceLine(SourceCall::ExportAppliance));
     const qint64 chunk = (archive.size() + 9) / 10;
     printErr(QStringLiteral("0%..."));
     for (int step = 1; step <= 10; ++step) {
@@ -298,13 +301,13 @@ int writeArchive(Context &context, const QString &output, const QByteArray &arch
             QFile::remove(output);
             printErr(context.format->progressFailure(QStringLiteral("VBOX_E_FILE_ERROR"))
                          .mid(QStringLiteral("0%...").size()));
-            printComError({QStringLiteral("Appliance write failed\nCould not write to OVA file "
-                                          "'%1' (VERR_DISK_FULL)")
-                               .arg(output),
-                           codeFileError(), QStringLiteral("ApplianceWrap"),
-                           QStringLiteral("IAppliance"),
-                           QStringLiteral("RTEXITCODE handleExportAppliance(HandlerArg*)"), 1263,
-                           ApplianceFile});
+            printProgressError(
+                {QStringLiteral("Appliance write failed\nCould not write to OVA file "
+                                "'%1' (VERR_DISK_FULL)")
+                     .arg(output),
+                 codeFileError(), QStringLiteral("ApplianceWrap"), QStringLiteral("IAppliance"),
+                 QStringLiteral("RTEXITCODE handleExportAppliance(HandlerArg*)"),
+                 context.format->sourceLine(SourceCall::ExportAppliance), ApplianceFile});
             return ExitFailure;
         }
         file.write(archive.mid((step - 1) * chunk, chunk));
@@ -434,7 +437,8 @@ int exportCommand(Context &context, const QStringList &args)
     if (QFileInfo::exists(output))
         return applianceError(context, QStringLiteral("Appliance write failed"),
                               QStringLiteral("The target file '%1' already exists").arg(output),
-                              QStringLiteral("handleExportAppliance"), 1263);
+                              QStringLiteral("handleExportAppliance"),
+                              context.format->sourceLine(SourceCall::ExportAppliance));
     const QList<Tar::Entry> entries =
         packageMachine(context.host, *m, QFileInfo(output).completeBaseName(),
                        options.has(QStringLiteral("--manifest")));

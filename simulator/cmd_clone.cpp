@@ -39,9 +39,10 @@ void newMacs(MachineConfig &config)
 int cloneFailure(Context &context, const QString &message)
 {
     printErr(context.format->progressFailure(QStringLiteral("VBOX_E_FILE_ERROR")));
-    printComError({QStringLiteral("Clone VM failed\n") + message, codeFileError(),
-                   QStringLiteral("MediumWrap"), QStringLiteral("IMedium"),
-                   QStringLiteral("RTEXITCODE handleCloneVM(HandlerArg*)"), 480, MiscFile});
+    printProgressError({QStringLiteral("Clone VM failed\n") + message, codeFileError(),
+                        QStringLiteral("MediumWrap"), QStringLiteral("IMedium"),
+                        QStringLiteral("RTEXITCODE handleCloneVM(HandlerArg*)"),
+                        context.format->sourceLine(SourceCall::CloneProgress), MiscFile});
     return ExitFailure;
 }
 
@@ -144,7 +145,7 @@ int cloneVmCommand(Context &context, const QStringList &args)
              QStringLiteral("CreateMachine(bstrSettingsFile.raw(), "
                             "Bstr(pszTrgName).raw(), ComSafeArrayAsInParam(groups), "
                             "NULL, createFlags.raw(), trgMachine.asOutParam())"),
-             467, MiscFile});
+             context.format->sourceLine(SourceCall::CloneCreateMachine), MiscFile});
         return ExitFailure;
     }
     QMap<QString, QString> mediaMap;

@@ -3,6 +3,8 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace VBoxSim {
 
 namespace {
@@ -38,21 +40,27 @@ int enumerate(Context &context, Machine &machine, const QStringList &args)
     for (const GuestProperty &p : machine.config.guestProperties)
         if (matchesPatterns(p.name, patterns))
             shown.append(p);
-    if (options.has(QStringLiteral("--old-format")))
+    const bool oldFormat = options.has(QStringLiteral("--old-format"));
+    if (oldFormat && !context.format->newStyleGuestProperties())
+        return syntaxError(context, QStringLiteral("Incorrect parameters"));
+    if (context.format->newStyleGuestProperties() && !options.has(QStringLiteral("--unsort")))
+        std::sort(shown.begin(), shown.end(),
+                  [](const GuestProperty &a, const GuestProperty &b) { return a.name < b.name; });
+    if (oldFormat)
         printOut(Format().guestProperties(shown));
     else
         printOut(context.format->guestProperties(shown));
     return ExitSuccess;
 }
 
-int get(Machine &machine, const QStringList &args)
+int get(const Context &context, Machine &machine, const QStringList &args)
 {
     const GuestProperty *p = machine.config.guestProperty(args[3]);
     if (!p || p->value.isEmpty()) {
-        printOut(QStringLiteral("No value set!\n"));
+        printOut(context.format->tr(QStringLiteral("No value set!")) + '\n');
         return ExitSuccess;
     }
-    QString text = QStringLiteral("Value: %1\n").arg(p->value);
+    QString text = context.format->tr(QStringLiteral("Value: %1")).arg(p->value) + '\n';
     if (args.contains(QStringLiteral("--verbose")))
         text += QStringLiteral("Timestamp: %1\nFlags: %2\n").arg(p->timestampNs).arg(p->flags);
     printOut(text);
@@ -92,7 +100,7 @@ int guestPropertyCommand(Context &context, const QStringList &args)
     if (args.size() < 4)
         return syntaxError(context, QStringLiteral("Incorrect parameters"));
     if (sub == QLatin1String("get"))
-        return get(*machine, args);
+        return get(context, *machine, args);
     if (sub == QLatin1String("set"))
         return set(context, *machine, args);
     machine->config.removeGuestProperty(args[3]);

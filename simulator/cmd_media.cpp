@@ -30,9 +30,9 @@ int mediumFailure(Context &context, const QString &summary, const QString &messa
                   const QString &hresult, const QString &handler, int line)
 {
     printErr(context.format->progressFailure(hresult));
-    printComError({summary + '\n' + message, codeFileError(), QStringLiteral("MediumWrap"),
-                   QStringLiteral("IMedium"),
-                   QStringLiteral("RTEXITCODE %1(HandlerArg*)").arg(handler), line, DiskFile});
+    printProgressError({summary + '\n' + message, codeFileError(), QStringLiteral("MediumWrap"),
+                        QStringLiteral("IMedium"),
+                        QStringLiteral("RTEXITCODE %1(HandlerArg*)").arg(handler), line, DiskFile});
     return ExitFailure;
 }
 
@@ -213,12 +213,13 @@ int createMediumCommand(Context &context, const QStringList &args)
     const QString unit = QStringLiteral("Could not create the medium storage unit '%1'.").arg(path);
     if (const Medium *existing = context.host.findMedium(path)) {
         printErr(context.format->progressFailure(QStringLiteral("NS_ERROR_INVALID_ARG")));
-        printComError(
-            {QStringLiteral("Cannot register the hard disk '%1' {%2} because a hard "
-                            "disk '%1' with UUID {%3} already exists")
-                 .arg(path, newUuid(), existing->uuid),
-             codeInvalidArg(), QStringLiteral("VirtualBoxWrap"), QStringLiteral("IVirtualBox"),
-             QStringLiteral("RTEXITCODE handleCreateMedium(HandlerArg*)"), 450, DiskFile});
+        printProgressError({QStringLiteral("Cannot register the hard disk '%1' {%2} because a hard "
+                                           "disk '%1' with UUID {%3} already exists")
+                                .arg(path, newUuid(), existing->uuid),
+                            codeInvalidArg(), QStringLiteral("VirtualBoxWrap"),
+                            QStringLiteral("IVirtualBox"),
+                            QStringLiteral("RTEXITCODE handleCreateMedium(HandlerArg*)"),
+                            context.format->sourceLine(SourceCall::CreateMedium), DiskFile});
         return ExitFailure;
     }
     if (QFileInfo::exists(path))
@@ -227,21 +228,24 @@ int createMediumCommand(Context &context, const QStringList &args)
                                                    "(VERR_ALREADY_EXISTS)")
                                         .arg(format, path),
                              QStringLiteral("VBOX_E_FILE_ERROR"),
-                             QStringLiteral("handleCreateMedium"), 450);
+                             QStringLiteral("handleCreateMedium"),
+                             context.format->sourceLine(SourceCall::CreateMedium));
     if (!QFileInfo(QFileInfo(path).absolutePath()).isDir())
         return mediumFailure(context, summary,
                              unit + QStringLiteral("\n%1: cannot create image '%2' "
                                                    "(VERR_PATH_NOT_FOUND)")
                                         .arg(format, path),
                              QStringLiteral("VBOX_E_FILE_ERROR"),
-                             QStringLiteral("handleCreateMedium"), 450);
+                             QStringLiteral("handleCreateMedium"),
+                             context.format->sourceLine(SourceCall::CreateMedium));
     if (context.faultIs("diskfull"))
         return mediumFailure(context, summary,
                              unit + QStringLiteral("\n%1: disk would overflow creating image "
                                                    "'%2' (VERR_DISK_FULL).")
                                         .arg(format, path),
                              QStringLiteral("VBOX_E_FILE_ERROR"),
-                             QStringLiteral("handleCreateMedium"), 450);
+                             QStringLiteral("handleCreateMedium"),
+                             context.format->sourceLine(SourceCall::CreateMedium));
     const Medium medium{newUuid(), path, format.toUpper(), size.toLongLong()};
     writeImageFile(path, medium);
     context.host.media.append(medium);

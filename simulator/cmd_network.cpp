@@ -29,12 +29,13 @@ int createInterface(Context &context)
 {
     if (context.faultIs("fail")) {
         printErr(context.format->progressFailure(QStringLiteral("NS_ERROR_FAILURE")));
-        printComError({QStringLiteral("Failed to create the host-only adapter\nVBoxNetAdpCtl: "
-                                      "Error while adding new interface: failed to open "
-                                      "/dev/vboxnetctl: No such file or directory"),
-                       codeFailure(), QStringLiteral("HostNetworkInterfaceWrap"),
-                       QStringLiteral("IHostNetworkInterface"),
-                       QStringLiteral("RTEXITCODE handleCreate(HandlerArg*)"), 94, HostonlyFile});
+        printProgressError({QStringLiteral("Failed to create the host-only adapter\nVBoxNetAdpCtl: "
+                                           "Error while adding new interface: failed to open "
+                                           "/dev/vboxnetctl: No such file or directory"),
+                            codeFailure(), QStringLiteral("HostNetworkInterfaceWrap"),
+                            QStringLiteral("IHostNetworkInterface"),
+                            QStringLiteral("RTEXITCODE handleCreate(HandlerArg*)"),
+                            context.format->sourceLine(SourceCall::HostOnlyCreate), HostonlyFile});
         return ExitFailure;
     }
     int index = 0;
@@ -48,7 +49,9 @@ int createInterface(Context &context)
     context.host.hostOnlyInterfaces.append(iface);
     context.changed = true;
     printProgress(context);
-    printOut(QStringLiteral("Interface '%1' was successfully created\n").arg(iface.name));
+    printOut(context.format->tr(QStringLiteral("Interface '%1' was successfully created"))
+                 .arg(iface.name) +
+             '\n');
     return ExitSuccess;
 }
 
@@ -56,7 +59,8 @@ int removeInterface(Context &context, const QString &name)
 {
     HostState &host = context.host;
     if (!host.findHostOnly(name)) {
-        interfaceNotFound(name, context.format->hostOnlyLookupLine(true), HostonlyFile);
+        interfaceNotFound(name, context.format->sourceLine(SourceCall::HostOnlyRemove),
+                          HostonlyFile);
         return ExitFailure;
     }
     printProgress(context);
@@ -80,7 +84,8 @@ int configureInterface(Context &context, const QStringList &args)
 {
     HostOnlyInterface *iface = context.host.findHostOnly(args[2]);
     if (!iface) {
-        interfaceNotFound(args[2], context.format->hostOnlyLookupLine(false), HostonlyFile);
+        interfaceNotFound(args[2], context.format->sourceLine(SourceCall::HostOnlyIpConfig),
+                          HostonlyFile);
         return ExitFailure;
     }
     const Options options(args, 3, {"--dhcp"});
@@ -96,7 +101,7 @@ int configureInterface(Context &context, const QStringList &args)
         printError(QStringLiteral("Code E_ACCESSDENIED (0x80070005) - Access denied (extended info "
                                   "not available)\nContext: \"EnableStaticIPConfig(Bstr(pszIp)."
                                   "raw(), Bstr(pszNetmask).raw())\" at line %1 of file %2")
-                       .arg(context.format->hostOnlyLookupLine(false) + 10)
+                       .arg(context.format->sourceLine(SourceCall::HostOnlyIpConfig) + 10)
                        .arg(HostonlyFile));
         return ExitFailure;
     }
@@ -116,6 +121,20 @@ QString dhcpOption(const Options &options, const QStringList &names)
     return QString();
 }
 
+// The first option that 5.2 and 6.0 do not know, such as the spellings 6.1 brought.
+QString unknownOldDhcpOption(const QStringList &args)
+{
+    static const QStringList known = {
+        "--netname", "-netname", "--ifname",  "-ifname",  "--ip",      "-ip",
+        "--netmask", "-netmask", "--lowerip", "-lowerip", "--upperip", "-upperip",
+        "--enable",  "-enable",  "--disable", "-disable", "--options", "-options",
+        "--vm",      "--slot",   "--nic",     "--id",     "--value",   "--remove"};
+    for (int i = 2; i < args.size(); ++i)
+        if (args[i].startsWith('-') && !known.contains(args[i].section('=', 0, 0)))
+            return args[i];
+    return QString();
+}
+
 int dhcpAdd(Context &context, const Options &options, const QString &network,
             const QString &interfaceName)
 {
@@ -123,15 +142,15 @@ int dhcpAdd(Context &context, const Options &options, const QString &network,
     const QString mask = dhcpOption(options, {"--netmask", "-netmask"});
     const QString lower = dhcpOption(options, {"--lowerip", "-lowerip", "--lower-ip"});
     const QString upper = dhcpOption(options, {"--upperip", "-upperip", "--upper-ip"});
-    const bool modern = context.format->listsMachineFolderItems();
+    const bool rewritten = context.format->rewrittenDhcpServerCommand();
     const QStringList missing = {ip.isEmpty() ? "--ip" : "", mask.isEmpty() ? "--netmask" : "",
                                  lower.isEmpty() ? "--lowerip" : "",
                                  upper.isEmpty() ? "--upperip" : ""};
     for (const QString &option : missing)
         if (!option.isEmpty())
             return syntaxError(
-                context, modern ? QStringLiteral("Missing required option: %1").arg(option)
-                                : QStringLiteral("You need to specify %1 option").arg(option));
+                context, rewritten ? QStringLiteral("Missing required option: %1").arg(option)
+                                   : QStringLiteral("You need to specify %1 option").arg(option));
     if (context.host.findDhcpServer(network)) {
         printError(QStringLiteral("DHCP server already exists"));
         return ExitSyntax;
@@ -158,7 +177,7 @@ int dhcpRemove(Context &context, const QString &network, const QString &interfac
 {
     HostState &host = context.host;
     if (!host.findDhcpServer(network)) {
-        if (!context.format->listsMachineFolderItems()) {
+        if (!context.format->rewrittenDhcpServerCommand()) {
             printError(QStringLiteral("DHCP server does not exist"));
             return ExitSyntax;
         }
@@ -238,17 +257,22 @@ int dhcpServerCommand(Context &context, const QStringList &args)
 {
     if (args.size() < 2)
         return syntaxError(context, QStringLiteral("Not enough parameters"));
-    const QString sub = args[1];
-    const Options options(args, 2, {"--enable", "-enable", "--disable", "-disable"});
+    const bool rewritten = context.format->rewrittenDhcpServerCommand();
+    const QString unknown = rewritten ? QString() : unknownOldDhcpOption(args);
+    if (!unknown.isEmpty())
+        return syntaxError(context, QStringLiteral("Unknown option: %1").arg(unknown));
+    // From 6.1 on the network may also come before the subcommand.
+    const Options options(args, rewritten ? 1 : 2,
+                          {"--enable", "-enable", "--disable", "-disable"});
+    const QString sub = rewritten ? options.positional().value(0) : args[1];
     const QString interfaceName = dhcpOption(options, {"--ifname", "-ifname", "--interface"});
     QString network = dhcpOption(options, {"--netname", "-netname", "--network"});
     if (network.isEmpty() == interfaceName.isEmpty())
-        return syntaxError(context,
-                           context.format->listsMachineFolderItems()
-                               ? QStringLiteral("You need to specify either --network or "
-                                                "--interface to identify the DHCP server")
-                               : QStringLiteral("You need to specify either --netname or --ifname "
-                                                "to identify the DHCP server"));
+        return syntaxError(context, rewritten
+                                        ? QStringLiteral("You need to specify either --network or "
+                                                         "--interface to identify the DHCP server")
+                                        : QStringLiteral("You need to specify either --netname or "
+                                                         "--ifname to identify the DHCP server"));
     if (network.isEmpty())
         network = networkOf(interfaceName);
     if (sub == QLatin1String("add"))

@@ -42,9 +42,10 @@ void printError(const QString &message)
 
 void printComError(const ComError &error)
 {
-    QString details =
-        QStringLiteral("Details: code %1, component %2, interface %3, callee nsISupports")
-            .arg(error.code, error.component, error.interface);
+    QString details = QStringLiteral("Details: code %1, component %2, interface %3")
+                          .arg(error.code, error.component, error.interface);
+    if (error.callee)
+        details += QStringLiteral(", callee nsISupports");
     QString lines = error.message + '\n' + details;
     if (!error.context.isEmpty())
         lines += QStringLiteral("\nContext: \"%1\" at line %2 of file %3")
@@ -52,6 +53,12 @@ void printComError(const ComError &error)
                      .arg(error.line)
                      .arg(error.file);
     printError(lines);
+}
+
+void printProgressError(ComError error)
+{
+    error.callee = false;
+    printComError(error);
 }
 
 void installInterruptHandler()

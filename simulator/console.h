@@ -10,7 +10,7 @@
 namespace VBoxSim {
 
 // Exit codes as VBoxManage uses them.
-enum ExitCode { ExitSuccess = 0, ExitFailure = 1, ExitSyntax = 2 };
+enum ExitCode { ExitSuccess = 0, ExitFailure = 1, ExitSyntax = 2, ExitInit = 3 };
 
 void printOut(const QString &text);
 void printErr(const QString &text);
@@ -28,8 +28,11 @@ struct ComError
     QString context;   // the call text, without quotes
     int line = 0;
     QString file;
+    bool callee = true; // the error info of a failed progress names none
 };
 void printComError(const ComError &error);
+// The error of a failed progress, after its summary line.
+void printProgressError(ComError error);
 
 // Set by the SIGINT handler of commands that show progress.
 extern volatile std::sig_atomic_t g_interrupted;

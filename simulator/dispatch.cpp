@@ -2,6 +2,7 @@
 
 #include "commands.h"
 #include "console.h"
+#include "userlocale.h"
 
 #include <QMap>
 #include <QThread>
@@ -71,6 +72,25 @@ bool applyGenericFault(Context &context, const QStringList &args, int *exitCode)
 
 } // namespace
 
+void printWrapperWarnings(const QStringList &args)
+{
+    Faults faults;
+    faults.load(environment("VBOXSIM_FAULTS"), environment("VBOXSIM_HOME"));
+    if (!faults.take(args, Faults::Wrapper))
+        return;
+    // VBox.sh prints this with "cat" on stdout, before every command.
+    printOut(QStringLiteral("WARNING: The vboxdrv kernel module is not loaded. Either there is no "
+                            "module\n"
+                            "         available for the current kernel (%1) or it failed to\n"
+                            "         load. Please recompile the kernel module and install it by\n"
+                            "\n"
+                            "           sudo /sbin/vboxconfig\n"
+                            "\n"
+                            "         You will not be able to start VMs until this problem is "
+                            "fixed.\n")
+                 .arg(hostKernelRelease()));
+}
+
 int syntaxError(Context &context, const QString &message)
 {
     printErr(context.format->logo());
@@ -81,7 +101,7 @@ int syntaxError(Context &context, const QString &message)
 int runVBoxManage(const QStringList &args)
 {
     Context context;
-    context.format = Format::create(environment("VBOXSIM_VERSION"));
+    context.format = Format::create(environment("VBOXSIM_VERSION"), UserLocale::messageLanguage());
     if (args.isEmpty()) {
         printOut(context.format->logo() + QStringLiteral("Usage:\n\nVBoxManage [<general option>] "
                                                          "<command>\n"));

@@ -8,6 +8,10 @@ namespace VBoxSim {
 // code out; output goes straight to stdout and stderr.
 int runVBoxManage(const QStringList &args);
 
+// What the /usr/bin/VBoxManage wrapper script prints before it starts VBoxManage: the
+// kernel module warning when a nodriver fault asks for it.
+void printWrapperWarnings(const QStringList &args);
+
 // One run of the ip stand-in.
 int runIp(const QStringList &args);
 

@@ -6,6 +6,10 @@
 #include <QJsonObject>
 #include <QSaveFile>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 namespace VBoxSim {
 
 namespace {
@@ -22,6 +26,8 @@ QJsonObject readUses(const QString &path)
 
 bool Fault::matches(const QStringList &args) const
 {
+    if (command == QStringList{QStringLiteral("*")})
+        return vm.isEmpty() || args.contains(vm);
     if (args.size() < command.size())
         return false;
     for (int i = 0; i < command.size(); ++i)
@@ -43,7 +49,8 @@ bool Faults::parseLine(const QString &line, Fault *fault)
     *fault = Fault();
     fault->command = words[0].split('/');
     fault->kind = words[1];
-    static const QStringList kinds = {"vmx", "svm", "diskfull", "locked", "fail", "slow", "down"};
+    static const QStringList kinds = {"vmx",  "svm",  "diskfull", "locked",
+                                      "fail", "slow", "down",     "nodriver"};
     if (!kinds.contains(fault->kind))
         return false;
     for (int i = 2; i < words.size(); ++i) {
@@ -72,39 +79,58 @@ bool Faults::parseLine(const QString &line, Fault *fault)
 void Faults::load(const QString &faultFile, const QString &home)
 {
     m_faults.clear();
-    m_usesFile = QDir(home).filePath(QStringLiteral("fault-uses.json"));
+    m_home = home;
     if (faultFile.isEmpty())
         return;
     QFile file(faultFile);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
         return;
-    const QJsonObject uses = readUses(m_usesFile);
     for (const QString &line : QString::fromUtf8(file.readAll()).split('\n')) {
         Fault fault;
-        if (!parseLine(line, &fault))
-            continue;
-        if (fault.count >= 0)
-            fault.count = qMax(0, fault.count - uses.value(fault.key).toInt());
-        m_faults.append(fault);
+        if (parseLine(line, &fault))
+            m_faults.append(fault);
     }
 }
 
-const Fault *Faults::take(const QStringList &args)
+// Counts one use of a counted fault if it has any left. The uses file has a lock of its
+// own, as the wrapper's faults are taken without the lock on the simulated host.
+bool Faults::useUp(const Fault &fault) const
 {
-    for (Fault &fault : m_faults) {
-        if (fault.count == 0 || !fault.matches(args))
-            continue;
-        if (fault.count > 0) {
-            --fault.count;
-            QJsonObject uses = readUses(m_usesFile);
-            uses[fault.key] = uses.value(fault.key).toInt() + 1;
-            QSaveFile file(m_usesFile);
-            if (file.open(QIODevice::WriteOnly)) {
-                file.write(QJsonDocument(uses).toJson());
-                file.commit();
-            }
+    if (m_home.isEmpty())
+        return true;
+    const QDir home(m_home);
+    QDir().mkpath(m_home);
+    const int fd =
+        ::open(QFile::encodeName(home.filePath(QStringLiteral(".fault-uses.lock"))).constData(),
+               O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    if (fd < 0 || ::flock(fd, LOCK_EX) != 0) {
+        if (fd >= 0)
+            ::close(fd);
+        return false;
+    }
+    const QString usesFile = home.filePath(QStringLiteral("fault-uses.json"));
+    QJsonObject uses = readUses(usesFile);
+    const int used = uses.value(fault.key).toInt();
+    if (used < fault.count) {
+        uses[fault.key] = used + 1;
+        QSaveFile file(usesFile);
+        if (file.open(QIODevice::WriteOnly)) {
+            file.write(QJsonDocument(uses).toJson());
+            file.commit();
         }
-        return &fault;
+    }
+    ::close(fd);
+    return used < fault.count;
+}
+
+const Fault *Faults::take(const QStringList &args, Stage stage)
+{
+    for (const Fault &fault : m_faults) {
+        const bool wrapperFault = fault.kind == QLatin1String("nodriver");
+        if (wrapperFault != (stage == Wrapper) || !fault.matches(args))
+            continue;
+        if (fault.count < 0 || useUp(fault))
+            return &fault;
     }
     return nullptr;
 }

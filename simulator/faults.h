@@ -11,8 +11,9 @@ namespace VBoxSim {
 
 struct Fault
 {
-    QStringList command; // leading arguments that select the run, e.g. {"hostonlyif", "create"}
-    QString kind;        // vmx, svm, diskfull, locked, fail, slow, down
+    QStringList command; // leading arguments that select the run, e.g. {"hostonlyif", "create"};
+                         // {"*"} selects every run
+    QString kind;        // vmx, svm, diskfull, locked, fail, slow, down, nodriver
     int count = -1;      // how many matching runs fail; -1 for all of them
     QString vm;
     int ms = 5000;
@@ -26,16 +27,21 @@ struct Fault
 class Faults
 {
 public:
-    // Reads the fault file and the use counts kept in `home`. Bad lines are skipped.
+    // Reads the fault file; uses are counted in `home` (not at all without one). Bad lines
+    // are skipped.
     void load(const QString &faultFile, const QString &home);
-    // The first fault that matches and still has uses left; using it counts one use.
-    const Fault *take(const QStringList &args);
+    // The first fault that matches and still has uses left; using it counts one use. The
+    // wrapper's faults (nodriver) act before VBoxManage itself and apart from the others.
+    enum Stage { Command, Wrapper };
+    const Fault *take(const QStringList &args, Stage stage = Command);
 
     static bool parseLine(const QString &line, Fault *fault);
 
 private:
+    bool useUp(const Fault &fault) const;
+
     QList<Fault> m_faults;
-    QString m_usesFile;
+    QString m_home;
 };
 
 } // namespace VBoxSim

@@ -32,23 +32,53 @@ struct ApplianceItem
     int channel = 0;
 };
 
+// One "label value" line of showvminfo, kept apart until it is laid out so that later
+// versions can rename, move and translate it by its English label.
+struct InfoLine
+{
+    QString label;
+    QString value;
+    int width = 0; // the column the label is padded to; 0 for the version's own
+};
+using InfoLines = QList<InfoLine>;
+
+// Calls of VBoxManage whose source line the "Context:" of an error quotes.
+enum class SourceCall {
+    HostOnlyCreate,
+    HostOnlyRemove,
+    HostOnlyIpConfig,
+    CreateMedium,
+    CloneCreateMachine,
+    CloneProgress,
+    ImportAppliance,
+    ExportAppliance
+};
+
 // The output formats of one VirtualBox version. The base class prints 5.2; later
 // versions override what they changed.
 class Format
 {
 public:
     virtual ~Format() = default;
-    static std::unique_ptr<Format> create(const QString &version);
+    // `language` is the message language the environment asks for, e.g. "C" or "ru_RU".
+    static std::unique_ptr<Format> create(const QString &version,
+                                          const QString &language = QStringLiteral("C"));
+
+    // The text in the message language: only 7.x has translations, and only of the
+    // texts in the translation table.
+    QString tr(const QString &english) const;
 
     virtual QString versionString() const;
     virtual QString logo() const;
-    virtual QString hostInfo(const HostState &host) const;
+    QString hostInfo(const HostState &host) const;
     virtual QString systemProperties(const HostState &host) const;
     virtual QString dhcpServers(const HostState &host) const;
     virtual QString natNetworks() const;
-    virtual QString showVmInfo(HostState &host, const Machine &machine) const;
+    QString showVmInfo(HostState &host, const Machine &machine) const;
     virtual QString guestProperties(const QList<GuestProperty> &properties) const;
-    virtual QString snapshotList(const Machine &machine) const;
+    // 7.0 and later list guest properties anew and take --old-format for the old lines.
+    bool newStyleGuestProperties() const { return release() >= 70; }
+    QString snapshotList(const Machine &machine) const;
     // What follows the progress dots when an operation fails.
     virtual QString progressFailure(const QString &hresult) const;
     QString importListing(const QList<ApplianceItem> &items) const;
@@ -56,8 +86,9 @@ public:
     virtual bool listsMachineFolderItems() const { return false; }
     // 6.1.28 and later allow host-only addresses only in 192.168.56.0/21 by default.
     virtual bool restrictsHostOnlyAddresses() const { return false; }
-    // Line of the interface look-up in VBoxManageHostonly.cpp for "remove" and "ipconfig".
-    virtual int hostOnlyLookupLine(bool forRemove) const { return forRemove ? 139 : 231; }
+    int sourceLine(SourceCall call) const;
+    // 6.1 rewrote "dhcpserver": new option names beside the old ones, other messages.
+    virtual bool rewrittenDhcpServerCommand() const { return false; }
 
     QString hostOnlyInterfaces(const HostState &host) const;
     QString bridgedInterfaces(const HostState &host) const;
@@ -65,62 +96,48 @@ public:
     QString progress() const;
 
 protected:
+    // The release as a number, 52 for 5.2.44, 71 for 7.1.6.
+    int release() const;
+    QString versionNumber() const;
+    virtual int copyrightYear() const { return 2020; }
+    // 7.0 and later load translations.
+    virtual bool translates() const { return false; }
+    QString language() const { return m_language; }
+
     virtual int labelWidth() const { return 16; }
     virtual QString onOff(bool value) const;
+    // A label (translated) padded to `width`, a blank and the value.
+    QString row(const QString &label, const QString &value, int width) const;
     QString field(const QString &label, const QString &value) const;
-    virtual QString vmHead(const HostState &host, const Machine &machine) const;
+    QString interfaceBlock(const QString &name, const QString &ip, const QString &mask,
+                           const QString &ipv6, const QString &mac, const QString &status) const;
+    // Lines of "list systemproperties" added in or dropped after some release.
+    enum class PropertyGroup { Head, Limits, Rest };
+    QString propertyLines(PropertyGroup group, const HostState &host) const;
+    virtual QString dhcpServer(const DhcpServer &server) const;
+
+    virtual InfoLines vmHeadLines(const HostState &host, const Machine &machine) const;
+    static void insertAfter(InfoLines &lines, const QString &anchor, const InfoLine &line);
+    QString layout(const InfoLines &lines) const;
     virtual QString vmStorage(HostState &host, const Machine &machine) const;
     QString vmNics(const Machine &machine) const;
+    QString attachment(const NetworkAdapter &nic) const;
     virtual QString vmTail(const Machine &machine) const;
     QString legacyDevices() const;
     QString snapshotTree(const std::vector<Snapshot> &list, const QString &current,
                          const QString &prefix) const;
     virtual QString snapshotDescription(const QString &prefix, const QString &text) const;
     virtual QString diskItem(const QString &unit, int index, const ApplianceItem &item) const;
-};
 
-class Format61 : public Format
-{
-public:
-    QString versionString() const override;
-    QString hostInfo(const HostState &host) const override;
-    QString systemProperties(const HostState &host) const override;
-    QString dhcpServers(const HostState &host) const override;
-    bool listsMachineFolderItems() const override { return true; }
-    bool restrictsHostOnlyAddresses() const override { return true; }
-    int hostOnlyLookupLine(bool forRemove) const override { return forRemove ? 140 : 232; }
-
-protected:
-    int labelWidth() const override { return 28; }
-    QString diskItem(const QString &unit, int index, const ApplianceItem &item) const override;
-    QString onOff(bool value) const override;
-    QString vmHead(const HostState &host, const Machine &machine) const override;
-    QString vmTail(const Machine &machine) const override;
-    // The device lines from the pointing device to USB, alike from 6.1 on but for the
-    // audio driver's name.
-    QString vmDevices(const QString &audioDriver) const;
-};
-
-class Format71 final : public Format61
-{
-public:
-    QString versionString() const override;
-    QString logo() const override;
-    QString hostInfo(const HostState &host) const override;
-    QString systemProperties(const HostState &host) const override;
-    QString guestProperties(const QList<GuestProperty> &properties) const override;
-    QString progressFailure(const QString &hresult) const override;
-    int hostOnlyLookupLine(bool forRemove) const override { return forRemove ? 150 : 242; }
-
-protected:
-    QString vmHead(const HostState &host, const Machine &machine) const override;
-    QString vmStorage(HostState &host, const Machine &machine) const override;
-    QString vmTail(const Machine &machine) const override;
-    QString snapshotDescription(const QString &prefix, const QString &text) const override;
+private:
+    QString m_language = QStringLiteral("C");
+    bool m_russian = false;
 };
 
 // The GUID that VirtualBox on Linux makes up for a host interface from its name and MAC.
 QString interfaceGuid(const QString &name, const QString &mac);
 QString hostOnlyMac(int index);
+// What `uname -r` says on the simulated host.
+QString hostKernelRelease();
 
 } // namespace VBoxSim

@@ -154,6 +154,42 @@ TEST(SimulatorCommands, RunningUnknownAndMisconfiguredMachinesAreRefusedAsVirtua
                    {"\nNumber of CPUs:  3\n", "Attachment: Host-only Interface 'vboxnet0'"});
 }
 
+TEST(SimulatorCommands, NonAsciiArgumentsNeedAUtf8CharacterSet)
+{
+    const QString name = "Pixel Ω";
+    // LC_ALL, then LC_CTYPE, then LANG: the first that is set and not empty counts.
+    const QList<QPair<QList<QPair<QString, QString>>, int>> settings = {
+        {{{"LC_ALL", "C"}, {"LC_CTYPE", "C.UTF-8"}}, 3},
+        {{{"LC_ALL", QString()}}, 3},
+        {{{"LC_ALL", QString()}, {"LC_CTYPE", "C.UTF-8"}, {"LANG", "C"}}, 1},
+        {{{"LC_ALL", ""}, {"LANG", "en_US.utf8"}}, 1}};
+    for (const auto &[variables, exitCode] : settings) {
+        SimHost host;
+        for (const auto &[variable, value] : variables)
+            host.setVariable(variable, value);
+        const ToolRun run = host.vbox({"showvminfo", name});
+        EXPECT_EQ(run.exitCode, exitCode) << qPrintable(run.err);
+        EXPECT_TRUE(run.err.startsWith(
+            exitCode == 3 ? "VBoxManage: fatal error: RTR3Init: VERR_NO_TRANSLATION\n"
+                          : errorLines({"Could not find a registered machine named 'Pixel Ω'"})))
+            << qPrintable(run.err);
+    }
+
+    // Names and paths go through the host and come back unchanged.
+    SimHost host;
+    host.setVariable("LC_ALL", QString());
+    host.setVariable("LC_CTYPE", "C.UTF-8");
+    const QString disk = host.path("zoé/sd.vmdk");
+    ASSERT_EQ(host.vbox({"import", VBOXSIM_SAMPLE_OVA, "--vsys", "0", "--vmname", name, "--vsys",
+                         "0", "--unit", "12", "--disk", disk})
+                  .exitCode,
+              0);
+    EXPECT_TRUE(QFileInfo::exists(disk));
+    EXPECT_TRUE(host.vbox({"list", "vms"}).out.startsWith("\"Pixel Ω\" {"));
+    expectContains(host.vbox({"showvminfo", name}).out,
+                   {"Name:            Pixel Ω\n", "\nIDEController (1, 0): " + disk + " (UUID: "});
+}
+
 TEST(SimulatorCommands, SnapshotsAreTakenListedAndRestored)
 {
     SimHost host;
@@ -339,6 +375,8 @@ TEST(SimulatorCommands, InjectedFaultsFailTheWayVirtualBoxDoes)
                    "clonevm diskfull\n"
                    "createhd diskfull count=1\n"
                    "list/hostinfo fail exit=3 message=no host\n"
+                   "--version nodriver\n"
+                   "list/vms nodriver count=1\n"
                    "ip/addr down vm=vboxnet0 count=1\n"
                    "ip/route fail exit=2\n"
                    "this line is not a fault\n");
@@ -349,6 +387,16 @@ TEST(SimulatorCommands, InjectedFaultsFailTheWayVirtualBoxDoes)
     const QString sd = host.path("sd.vdi");
     const QString start = "startvm phone --type headless";
     const QString memory = "modifyvm phone --memory 1024";
+    // The wrapper script's warning comes first on stdout, for "--version" too.
+    const QString warning =
+        "WARNING: The vboxdrv kernel module is not loaded. Either there is no module\n"
+        "         available for the current kernel (5.10.0-28-amd64) or it failed to\n"
+        "         load. Please recompile the kernel module and install it by\n\n"
+        "           sudo /sbin/vboxconfig\n\n"
+        "         You will not be able to start VMs until this problem is fixed.\n";
+    expectRuns(host, {{"--version", 0, warning + "5.2.44r139111\n", OutIs},
+                      {"list vms", 0, warning + "\"phone\" {", OutHas}});
+    EXPECT_TRUE(host.vbox({"list", "vms"}).out.startsWith("\"phone\" {"));
     expectRuns(host, {{start, 1, errorLines({"VT-x is not available (VERR_VMX_NO_VMX)"})},
                       {start, 1, "(VERR_SVM_DISABLED)"},
                       {"showvminfo phone", 0, "powered off (since", OutHas},

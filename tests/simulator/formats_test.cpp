@@ -1,10 +1,13 @@
-// What changes when the stand-in prints the VirtualBox 6.1 and 7.1 formats.
+// What changes when the stand-in prints the formats of VirtualBox 6.0 to 7.1.
 #include "simhost.h"
 
 TEST(SimulatorFormats, AFreshHostInEachVersion)
 {
-    const QList<QPair<QString, QString>> versions = {
-        {"5.2", "5.2.44r139111\n"}, {"6.1", "6.1.50r161033\n"}, {"7.1", "7.1.6r167084\n"}};
+    const QList<QPair<QString, QString>> versions = {{"5.2", "5.2.44r139111\n"},
+                                                     {"6.0", "6.0.24r139119\n"},
+                                                     {"6.1", "6.1.50r161033\n"},
+                                                     {"7.0", "7.0.10r158379\n"},
+                                                     {"7.1", "7.1.6r167084\n"}};
     for (const auto &[version, versionText] : versions) {
         SCOPED_TRACE(version.toStdString());
         SimHost host(version);
@@ -23,81 +26,200 @@ TEST(SimulatorFormats, AFreshHostInEachVersion)
     }
 }
 
-TEST(SimulatorFormats, DhcpListingChangedIn61)
+TEST(SimulatorFormats, From70MessagesFollowTheLanguageOfTheEnvironment)
 {
-    for (const QString version : {"6.1", "7.1"}) {
-        SCOPED_TRACE(version.toStdString());
-        SimHost host(version);
-        host.addHostOnlyNetwork();
-        // The fields the plug-in looks for, in their new order and spelling.
-        EXPECT_TRUE(host.vbox({"list", "dhcpservers"})
-                        .out.startsWith("NetworkName:    HostInterfaceNetworking-vboxnet0\n"
-                                        "Dhcpd IP:       192.168.56.100\n"
-                                        "LowerIPAddress: 192.168.56.101\n"
-                                        "UpperIPAddress: 192.168.56.254\n"
-                                        "NetworkMask:    255.255.255.0\n"
-                                        "Enabled:        Yes\n"));
-        // A missing server is now a plain failure naming the network.
-        host.vbox({"hostonlyif", "create"});
-        expectRuns(host, {{"dhcpserver remove --ifname vboxnet1", 1,
-                           errorLines({"Failed to find DHCP server for host-only interface "
-                                       "'vboxnet1' (network 'HostInterfaceNetworking-vboxnet1')"}),
-                           ErrIs}});
+    struct Version
+    {
+        QString version;
+        QList<QPair<QString, QString>> variables; // a null value unsets the variable
+        bool russian;
+    };
+    // LC_ALL, then LC_MESSAGES, then LANG; the first that is set and not empty counts.
+    const QList<Version> versions = {
+        {"7.0", {{"LC_ALL", "ru_RU.UTF-8"}}, true},
+        {"7.1", {{"LC_ALL", ""}, {"LC_MESSAGES", "ru_RU.UTF-8"}, {"LANG", "C.UTF-8"}}, true},
+        {"6.1", {{"LC_ALL", "ru_RU.UTF-8"}}, false},
+        {"7.1", {{"LC_ALL", QString()}, {"LC_MESSAGES", "C"}, {"LANG", "ru_RU.UTF-8"}}, false}};
+    for (const Version &v : versions) {
+        SCOPED_TRACE(v.version.toStdString() + (v.russian ? " ru" : " en"));
+        SimHost host(v.version);
+        for (const auto &[name, value] : v.variables)
+            host.setVariable(name, value);
+        host.importSample("phone");
+        const bool ru = v.russian;
+        expectRuns(host, {{"hostonlyif create", 0,
+                           ru ? "Интерфейс 'vboxnet0' успешно создан\n"
+                              : "Interface 'vboxnet0' was successfully created\n",
+                           OutIs},
+                          {"list systemproperties", 0,
+                           (ru ? "\nПапка машины по умолчанию:          "
+                               : "\nDefault machine folder:          ") +
+                               host.home() + "/VirtualBox VMs\n",
+                           OutHas},
+                          {"guestproperty get phone nothing", 0,
+                           ru ? "Не задано какое-либо значение!\n" : "No value set!\n", OutIs},
+                          // Cyrillic labels are padded by characters, not bytes.
+                          {"showvminfo phone", 0,
+                           ru ? "\nСостояние:                   выключена (с "
+                              : "\nState:                       powered off (since ",
+                           OutHas}});
     }
 }
 
-TEST(SimulatorFormats, From61ImportRenumbersUnitsLabelsWidenAndHostOnlyAddressesAreRestricted)
+TEST(SimulatorFormats, DhcpServersPerVersion)
 {
-    SimHost v61("6.1");
-    ASSERT_EQ(v61.importSample("phone").exitCode, 0);
-    // Units 10 to 12 are no disks any more, so "--disk" there is ignored.
-    const QString sdCard = v61.home() + "/VirtualBox VMs/phone/Android-disk003.vmdk";
-    EXPECT_FALSE(QFileInfo::exists(v61.path("vms/phone/sdcard.vmdk")));
-    EXPECT_TRUE(QFileInfo::exists(sdCard));
-
-    const QString info61 = v61.vbox({"showvminfo", "phone", "--details"}).out;
-    EXPECT_TRUE(info61.startsWith("Name:                        phone\n"));
-    expectContains(
-        info61,
-        {"\nMemory size:                 2048MB\n", "\nNumber of CPUs:              2\n",
-         "\nState:                       powered off (since ",
-         "\nNIC 2:                       MAC: ", "\nNIC 3:                       disabled\n",
-         "\nIDEController (1, 0): " + sdCard + " (UUID: "});
-
-    // Host-only addresses must now lie in 192.168.56.0/21; 5.2 took any.
-    v61.vbox({"hostonlyif", "create"});
-    expectRuns(v61, {{"hostonlyif ipconfig vboxnet0 --ip 10.0.0.1", 1,
-                      errorLines({"Code E_ACCESSDENIED (0x80070005) - Access denied (extended "
-                                  "info not available)"})},
-                     {"hostonlyif ipconfig vboxnet0 --ip 192.168.63.1", 0}});
+    const QString v61Listing = "NetworkName:    HostInterfaceNetworking-vboxnet0\n"
+                               "Dhcpd IP:       192.168.56.100\n"
+                               "LowerIPAddress: 192.168.56.101\n"
+                               "UpperIPAddress: 192.168.56.254\n"
+                               "NetworkMask:    255.255.255.0\n"
+                               "Enabled:        Yes\n";
+    const QString v61Missing = "Failed to find DHCP server for host-only interface 'vboxnet1' "
+                               "(network 'HostInterfaceNetworking-vboxnet1')";
+    const QString newSpelling = "dhcpserver add --interface=vboxnet1 --server-ip=192.168.57.100 "
+                                "--netmask=255.255.255.0 --lower-ip=192.168.57.101 "
+                                "--upper-ip=192.168.57.254 --enable";
+    // 6.0 lists the 5.2 fields and the mask as global option; 6.1 rewrote the listing, the
+    // option names (the old ones still work, the network may come first) and the messages.
+    const QList<QPair<QString, QList<Expected>>> versions = {
+        {"6.0",
+         {{"list dhcpservers", 0,
+           "NetworkName:    HostInterfaceNetworking-vboxnet0\nIP:             192.168.56.100\n"
+           "NetworkMask:    255.255.255.0\nlowerIPAddress: 192.168.56.101\n"
+           "upperIPAddress: 192.168.56.254\nEnabled:        Yes\nGlobal options:\n"
+           "   1:255.255.255.0\n\n",
+           OutIs},
+          {newSpelling, 2, "VBoxManage: error: Unknown option: --interface=vboxnet1\n"},
+          {"dhcpserver remove --ifname vboxnet1", 2, errorLines({"DHCP server does not exist"}),
+           ErrIs}}},
+        {"6.1",
+         {{"list dhcpservers", 0, v61Listing, OutHas},
+          {"dhcpserver --interface vboxnet1 remove", 1, errorLines({v61Missing}), ErrIs},
+          {newSpelling, 0},
+          {"list dhcpservers", 0, "\nGroups:               None\nIndividual Configs:   None\n\n",
+           OutHas}}},
+        {"7.0",
+         {{"list dhcpservers", 0, v61Listing, OutHas},
+          {"dhcpserver remove --ifname vboxnet1", 1, errorLines({v61Missing}), ErrIs}}},
+        {"7.1",
+         {{"list dhcpservers", 0, v61Listing, OutHas},
+          {"dhcpserver remove --ifname vboxnet1", 1, errorLines({v61Missing}), ErrIs}}}};
+    for (const auto &[version, runs] : versions) {
+        SCOPED_TRACE(version.toStdString());
+        SimHost host(version);
+        host.addHostOnlyNetwork();
+        host.vbox({"hostonlyif", "create"});
+        expectRuns(host, runs);
+    }
 }
 
-TEST(SimulatorFormats, From71StorageLinesAndGuestPropertiesLookDifferent)
+TEST(SimulatorFormats, From60ImportRenumbersUnitsAndLabelsWiden)
 {
-    SimHost host("7.1");
-    host.importSample("phone");
-    const QString info71 = host.vbox({"showvminfo", "phone", "--details"}).out;
-    EXPECT_TRUE(info71.startsWith("Name:                        phone\n"));
-    EXPECT_TRUE(info71.contains("\nNumber of CPUs:              2\n"));
-    EXPECT_TRUE(QRegularExpression("\\n  Port 1, Unit 0: UUID: [a-f0-9-]{36}\\n    Location: "
-                                   "\"[^\"]*/Android-disk003.vmdk\"\\n")
-                    .match(info71)
-                    .hasMatch());
-    EXPECT_FALSE(info71.contains("IDEController (1, 0)"));
+    struct Version
+    {
+        QString version;
+        QString memoryLine;
+        QString diskItemTail;   // of the third disk's item in a dry run
+        int outsideAddressExit; // of an address outside 192.168.56.0/21
+        QString removeContext;  // of removing a missing interface
+    };
+    const QList<Version> versions = {
+        {"6.0", "\nMemory size                  2048MB\n",
+         "controller=12;channel=0\n    (change target path with \"--vsys 0 --unit 15 --disk "
+         "path\";\n    disable with \"--vsys 0 --unit 15 --ignore\")\n",
+         0, "at line 139 of file VBoxManageHostonly.cpp\n"},
+        {"6.1", "\nMemory size:                 2048MB\n",
+         "controller=12;port=0\n    (change target path with \"--vsys 0 --unit 15 --disk path\";\n"
+         "    change controller with \"--vsys 0 --unit 15 --controller <index>\";\n",
+         1, "at line 140 of file VBoxManageHostonly.cpp\n"}};
+    for (const Version &v : versions) {
+        SCOPED_TRACE(v.version.toStdString());
+        SimHost host(v.version);
+        ASSERT_EQ(host.importSample("phone").exitCode, 0);
+        // Units 10 to 12 are no disks any more, so "--disk" there is ignored.
+        const QString sdCard = host.home() + "/VirtualBox VMs/phone/Android-disk003.vmdk";
+        EXPECT_FALSE(QFileInfo::exists(host.path("vms/phone/sdcard.vmdk")));
+        EXPECT_TRUE(QFileInfo::exists(sdCard));
 
-    host.vbox({"guestproperty", "set", "phone", "a_first", "x", "--flags", "TRANSIENT"});
-    const QString listing = host.vbox({"guestproperty", "enumerate", "phone"}).out;
-    // Sorted by name, name padded to the longest one, the value in quotes, then the time.
-    EXPECT_TRUE(QRegularExpression("^a_first +  = 'x' +@ \\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:"
-                                   "\\d\\d\\.\\d{3}Z TRANSIENT\\n")
-                    .match(listing)
-                    .hasMatch())
-        << qPrintable(listing);
-    EXPECT_TRUE(listing.contains(
-        "\nvbox_graph_mode           = '768x1280-16'   @ 2023-11-14T22:13:20.000Z\n"));
+        const QString info = host.vbox({"showvminfo", "phone", "--details"}).out;
+        EXPECT_TRUE(info.startsWith("Name:                        phone\n"));
+        expectContains(info, {v.memoryLine, "\nNumber of CPUs:              2\n",
+                              "\nState:                       powered off (since ",
+                              "\nNIC 2:                       MAC: ",
+                              "\nNIC 3:                       disabled\n",
+                              "\nIDEController (1, 0): " + sdCard + " (UUID: "});
 
-    host.setFaults("hostonlyif/create fail\n");
-    expectRuns(host, {{"hostonlyif create", 1,
-                       "0%...NS_ERROR_FAILURE\nVBoxManage: error: Failed to create the host-only "
-                       "adapter\n"}});
+        // Host-only addresses must lie in 192.168.56.0/21 from 6.1.28 on.
+        host.vbox({"hostonlyif", "create"});
+        expectRuns(
+            host,
+            {{"import " VBOXSIM_SAMPLE_OVA " --dry-run", 0,
+              "\n15: Hard disk image: source image=Android-disk003.vmdk, target path=" +
+                  host.home() + "/VirtualBox VMs/Android/Android-disk003.vmdk, " + v.diskItemTail,
+              OutHas},
+             {"hostonlyif ipconfig vboxnet0 --ip 10.0.0.1", v.outsideAddressExit,
+              v.outsideAddressExit == 0
+                  ? QString()
+                  : errorLines({"Code E_ACCESSDENIED (0x80070005) - Access denied "
+                                "(extended info not available)"})},
+             {"hostonlyif ipconfig vboxnet0 --ip 192.168.63.1", 0},
+             {"hostonlyif remove vboxnet9", 1, v.removeContext},
+             {"guestproperty enumerate phone --old-format", 2, "Incorrect parameters"}});
+    }
+}
+
+TEST(SimulatorFormats, From70StorageLinesAndGuestPropertiesLookDifferent)
+{
+    // 7.0 prints the encryption line unaligned and HPET before CPUProfile; 7.1 aligns it,
+    // adds the platform and moves HPET below the CPU count.
+    const QList<QPair<QString, QStringList>> versions = {
+        {"7.0",
+         {"Name:                        phone\nEncryption:     disabled\n"
+          "Groups:                      /\nGuest OS:",
+          "\nHPET:                        disabled\nCPUProfile:"}},
+        {"7.1",
+         {"Name:                        phone\nEncryption:                  disabled\n"
+          "Groups:                      /\nPlatform Architecture:       x86\nGuest OS:",
+          "\nNumber of CPUs:              2\nHPET:"}}};
+    for (const auto &[version, head] : versions) {
+        SCOPED_TRACE(version.toStdString());
+        SimHost host(version);
+        host.importSample("phone");
+        const QString info = host.vbox({"showvminfo", "phone", "--details"}).out;
+        EXPECT_TRUE(info.startsWith(head[0])) << qPrintable(info);
+        expectContains(info, {head[1], "\nNumber of CPUs:              2\n"});
+        EXPECT_TRUE(QRegularExpression("\\n  Port 1, Unit 0: UUID: [a-f0-9-]{36}\\n    Location: "
+                                       "\"[^\"]*/Android-disk003.vmdk\"\\n")
+                        .match(info)
+                        .hasMatch());
+        EXPECT_FALSE(info.contains("IDEController (1, 0)"));
+
+        host.vbox({"guestproperty", "set", "phone", "a_first", "x", "--flags", "TRANSIENT"});
+        const QString listing = host.vbox({"guestproperty", "enumerate", "phone"}).out;
+        // Sorted by name, name padded to the longest one, the value in quotes, then the time.
+        EXPECT_TRUE(QRegularExpression("^a_first +  = 'x' +@ \\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:"
+                                       "\\d\\d\\.\\d{3}Z TRANSIENT\\n")
+                        .match(listing)
+                        .hasMatch())
+            << qPrintable(listing);
+        EXPECT_TRUE(listing.contains(
+            "\nvbox_graph_mode           = '768x1280-16'   @ 2023-11-14T22:13:20.000Z\n"));
+        expectRuns(host, {{"guestproperty enumerate phone --old-format", 0,
+                           "\nName: android_version, value: 8.0, timestamp: 1700000000000000000, "
+                           "flags: \nName: build_version_release, value: 8.0, timestamp: ",
+                           OutHas}});
+
+        host.setFaults("hostonlyif/create fail\n");
+        expectRuns(host,
+                   {{"hostonlyif create", 1,
+                     "0%...NS_ERROR_FAILURE\n" +
+                         errorLines({"Failed to create the host-only adapter",
+                                     "VBoxNetAdpCtl: Error while adding new interface: failed to "
+                                     "open /dev/vboxnetctl: No such file or directory",
+                                     "Details: code NS_ERROR_FAILURE (0x80004005), component "
+                                     "HostNetworkInterfaceWrap, interface IHostNetworkInterface",
+                                     "Context: \"RTEXITCODE handleCreate(HandlerArg*)\" at line "
+                                     "105 of file VBoxManageHostonly.cpp"}),
+                     ErrIs}});
+    }
 }

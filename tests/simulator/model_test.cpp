@@ -27,6 +27,10 @@ TEST(SimulatorModel, FaultLinesAreParsedStrictly)
     EXPECT_TRUE(fault.matches({"modifyvm", "phone", "--memory", "1024"}));
     EXPECT_FALSE(fault.matches({"modifyvm", "phone2", "--memory", "1024"}));
 
+    ASSERT_TRUE(Faults::parseLine("* nodriver", &fault));
+    EXPECT_TRUE(fault.matches({"--version"}));
+    EXPECT_TRUE(fault.matches({}));
+
     for (const char *bad : {"", "# startvm vmx", "startvm", "startvm explode",
                             "startvm vmx count=two", "startvm vmx colour=red"})
         EXPECT_FALSE(Faults::parseLine(bad, &fault)) << bad;

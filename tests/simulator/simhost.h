@@ -9,9 +9,11 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QMap>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QTextCodec>
 #include <QThread>
 
 #include <memory>
@@ -28,11 +30,17 @@ class SimHost
 public:
     explicit SimHost(const QString &version = QStringLiteral("5.2"))
         : m_version(version)
-    {}
+    {
+        // Arguments reach the stand-in as UTF-8 whatever the tests' own locale.
+        QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    }
 
     QString home() const { return m_dir.path() + QStringLiteral("/host"); }
     QString path(const QString &relative) const { return m_dir.path() + '/' + relative; }
     void setBootMs(int ms) { m_bootMs = ms; }
+    // A variable of the runs' environment; a null value removes it. The locale variables
+    // of the tests' own environment are dropped, and LC_ALL is C.UTF-8 unless changed.
+    void setVariable(const QString &name, const QString &value) { m_variables[name] = value; }
     void setFaults(const QString &text)
     {
         QFile file(path(QStringLiteral("faults.txt")));
@@ -47,6 +55,14 @@ public:
         env.insert(QStringLiteral("VBOXSIM_VERSION"), m_version);
         env.insert(QStringLiteral("VBOXSIM_BOOT_MS"), QString::number(m_bootMs));
         env.insert(QStringLiteral("VBOXSIM_FAULTS"), path(QStringLiteral("faults.txt")));
+        for (const char *name : {"LC_ALL", "LC_MESSAGES", "LC_CTYPE", "LANG"})
+            env.remove(name);
+        for (auto it = m_variables.cbegin(); it != m_variables.cend(); ++it) {
+            if (it.value().isNull())
+                env.remove(it.key());
+            else
+                env.insert(it.key(), it.value());
+        }
         return env;
     }
 
@@ -102,6 +118,7 @@ private:
     QTemporaryDir m_dir;
     QString m_version;
     int m_bootMs = 0;
+    QMap<QString, QString> m_variables = {{QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8")}};
 };
 
 inline QString errorLines(const QStringList &lines)
