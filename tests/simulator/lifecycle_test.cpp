@@ -64,12 +64,13 @@ const QString Renamed = QStringLiteral("Tablet \u00fc");
 struct Profile
 {
     const char *version;
-    const char *locale; // the desktop's, or none
+    const char *locale = ""; // the desktop's, or none
+    const char *faults = ""; // for the whole life
 };
 
 void PrintTo(const Profile &profile, std::ostream *os)
 {
-    *os << profile.version << ' ' << profile.locale;
+    *os << profile.version << ' ' << profile.locale << ' ' << profile.faults;
 }
 
 std::unique_ptr<VMToolsEngine> loadEngine(LoadStateInfo *info)
@@ -93,6 +94,8 @@ TEST_P(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     SimHost host(QString::fromLatin1(GetParam().version));
     host.setBootMs(300);
     SimulatedVirtualBox virtualBox(host, GetParam().locale);
+    const QString faults = QString::fromLatin1(GetParam().faults);
+    host.setFaults(faults);
     ASSERT_TRUE(Paths::getQuillomatePath().contains(QStringLiteral("zo\u00e9")));
     LoadStateInfo info;
     std::unique_ptr<VMToolsEngine> engine = loadEngine(&info);
@@ -158,7 +161,7 @@ TEST_P(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     const QString exports = host.path("exports");
     QDir().mkpath(exports);
     ASSERT_TRUE(engine->exportMachine(copy.get(), exports + "/" + Renamed + ".ova", nullptr));
-    host.setFaults("export slow ms=8000\n");
+    host.setFaults(faults + "export slow ms=8000\n");
     VMToolsObserver observer;
     std::thread canceller([&observer] {
         std::this_thread::sleep_for(std::chrono::milliseconds(800));
@@ -166,7 +169,7 @@ TEST_P(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     });
     EXPECT_FALSE(engine->exportMachine(copy.get(), exports + "/cancelled.ova", &observer));
     canceller.join();
-    host.setFaults("");
+    host.setFaults(faults);
     EXPECT_EQ(QDir(exports).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
               QStringList{Renamed + ".ova"});
 
@@ -180,8 +183,8 @@ TEST_P(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     EXPECT_TRUE(engine->deleteMachine(copy.get()));
     EXPECT_FALSE(QFileInfo::exists(deploy + "/phone"));
     EXPECT_FALSE(QFileInfo::exists(deploy + "/" + Renamed));
-    EXPECT_EQ(host.vbox({"list", "vms"}).out, "");
-    EXPECT_EQ(host.vbox({"list", "hdds"}).out, "");
+    EXPECT_FALSE(host.vbox({"list", "vms"}).out.contains('{'));
+    EXPECT_FALSE(host.vbox({"list", "hdds"}).out.contains("UUID:"));
 
     // A second start-up uses the host-only interface the first one made.
     phone.reset();
@@ -195,13 +198,18 @@ TEST_P(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     EXPECT_EQ(host.vbox({"list", "hostonlyifs"}).out.count("HostInterfaceNetworking-"), 1);
 }
 
+// A desktop in the "C" locale must not hand VirtualBox an ASCII character set, which
+// refuses the non-ASCII names. The last profile has the Linux wrapper script print its
+// kernel-module warnings first.
 INSTANTIATE_TEST_SUITE_P(EveryVersion, SimulatorLifecycle,
-                         ::testing::Values(Profile{"5.2", ""}, Profile{"6.0", ""},
-                                           Profile{"6.1", ""}, Profile{"7.0", ""},
-                                           Profile{"7.1", ""}, Profile{"7.1", "ru_RU.UTF-8"}),
+                         ::testing::Values(Profile{"5.2"}, Profile{"6.0"}, Profile{"6.1"},
+                                           Profile{"7.0"}, Profile{"7.1"},
+                                           Profile{"7.1", "ru_RU.UTF-8"}, Profile{"7.0", "C"},
+                                           Profile{"7.1", "", "* nodriver\n"}),
                          [](const ::testing::TestParamInfo<Profile> &info) {
-                             QString name = QStringLiteral("v%1%2").arg(
+                             QString name = QStringLiteral("v%1%2%3").arg(
                                  QString::fromLatin1(info.param.version),
-                                 QString::fromLatin1(info.param.locale).left(2));
+                                 QString::fromLatin1(info.param.locale).left(2).remove('_'),
+                                 *info.param.faults ? "warned" : "");
                              return name.remove('.').toStdString();
                          });
