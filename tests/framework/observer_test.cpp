@@ -33,7 +33,9 @@ QStringList stubbornChild(const QString &marker, int seconds)
 }
 
 // A cancel must not reach the process object before it has a child: the process id
-// would be 0, and SIGINT to 0 hits our own process group. The limit is only a guard.
+// would be 0, and SIGINT to 0 hits our own process group. A child that shows it runs may
+// do so before the runner's thread, descheduled right after the fork, has recorded its id;
+// the pause after the condition holds covers that. The limit is only a guard.
 bool waitUntil(const std::function<bool()> &condition)
 {
     QDeadlineTimer guard(60000);
@@ -42,6 +44,7 @@ bool waitUntil(const std::function<bool()> &condition)
             return false;
         QThread::msleep(10);
     }
+    QThread::msleep(200);
     return true;
 }
 
