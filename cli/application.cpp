@@ -10,6 +10,7 @@
 #include "resultwords.h"
 #include "worker.h"
 
+#include <vmtools/version.h>
 #include <vmtools/vmtoolsengine.h>
 
 #include <QCoreApplication>
@@ -82,7 +83,7 @@ int Application::run(const QStringList &arguments)
         return ExitCode::Success;
     case ParsedCommandLine::Action::Version:
         Console::instance().out(
-            QStringLiteral("vmtools %1\n").arg(QStringLiteral(VMTOOLS_VERSION)));
+            QStringLiteral("vmtools %1\n").arg(QStringLiteral(VMTOOLS_VERSION_STRING)));
         return ExitCode::Success;
     case ParsedCommandLine::Action::CommandHelp:
         Console::instance().out(CommandLine::commandHelp(*parsed.command));

@@ -9,7 +9,7 @@ function(vmtools_add_plugin target)
     target_link_options(${target} PRIVATE -Wl,--no-undefined)
     set_target_properties(${target} PROPERTIES
         LIBRARY_OUTPUT_DIRECTORY ${ARG_OUTPUT_DIRECTORY}
-        INSTALL_RPATH "$ORIGIN/../../lib")
+        INSTALL_RPATH "${VMTOOLS_PLUGIN_INSTALL_RPATH}")
     if(ARG_OUTPUT_NAME)
         set_target_properties(${target} PROPERTIES OUTPUT_NAME ${ARG_OUTPUT_NAME})
     endif()

@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # Installs, from Debian's archive, whatever the build and the tests need and this
-# machine lacks. Pass "bench" to add what the benchmarks need.
+# machine lacks. Pass "bench" to add what the benchmarks need, "package" what the Debian
+# packages need.
 set -euo pipefail
 
 packages=(cmake make g++ qtbase5-dev libgtest-dev libgmock-dev)
-if [[ "${1:-}" == "bench" ]]; then
-    packages+=(libbenchmark-dev)
-fi
+case ${1:-} in
+bench) packages+=(libbenchmark-dev) ;;
+package) packages+=(dpkg-dev file lintian) ;;
+esac
 
 missing=()
 for package in "${packages[@]}"; do

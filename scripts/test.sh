@@ -2,6 +2,8 @@
 # The test command: installs what is missing, builds, and runs every test through
 # CTest; then builds the tests again with AddressSanitizer and UndefinedBehaviorSanitizer
 # and runs them once more, failing on any report. SANITIZERS=0 skips the second pass.
+# In CI (CI=true), or with PACKAGE=1, it also builds, installs and removes the Debian
+# packages.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -30,6 +32,13 @@ for version in 5.2 6.0 6.1 7.0 7.1; do
         exit 1
     fi
 done
+
+# The install rules as a host developer meets them: an installed, moved prefix and a host
+# built outside the tree against it. In CI also the Debian packages, installed and removed.
+"$root/scripts/check-install.sh" "$root/build"
+if [[ ${CI:-} == true || ${PACKAGE:-0} == 1 ]]; then
+    "$root/scripts/package.sh" --install
+fi
 
 if [[ "${SANITIZERS:-1}" != 0 ]]; then
     export ASAN_OPTIONS=abort_on_error=1:detect_leaks=1
