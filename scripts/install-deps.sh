@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Installs, from Debian's archive, whatever the build and the tests need and this
 # machine lacks. Pass "bench" to add what the benchmarks need, "package" what the Debian
-# packages need.
+# packages need, "clean-root" what a fresh Debian root for them needs.
 set -euo pipefail
 
 packages=(cmake make g++ qtbase5-dev libgtest-dev libgmock-dev)
 case ${1:-} in
 bench) packages+=(libbenchmark-dev) ;;
 package) packages+=(dpkg-dev file lintian) ;;
+clean-root) packages+=(debootstrap) ;;
 esac
 
 missing=()

@@ -37,7 +37,7 @@ done
 # built outside the tree against it. In CI also the Debian packages, installed and removed.
 "$root/scripts/check-install.sh" "$root/build"
 if [[ ${CI:-} == true || ${PACKAGE:-0} == 1 ]]; then
-    "$root/scripts/package.sh" --install
+    STANDIN_DIR=$root/build/bin/simulator "$root/scripts/package.sh" --install --clean-root
 fi
 
 if [[ "${SANITIZERS:-1}" != 0 ]]; then
