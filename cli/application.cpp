@@ -3,6 +3,7 @@
 #include "commandcontext.h"
 #include "commandline.h"
 #include "console.h"
+#include "diagnostics.h"
 #include "interrupt.h"
 #include "logging.h"
 #include "output.h"
@@ -21,16 +22,32 @@
 
 namespace {
 
+VMToolsEngine *makeEngine(EngineUse use, LoadStateInfo *state)
+{
+    switch (use) {
+    case EngineUse::None:
+        return nullptr;
+    case EngineUse::Open:
+        *state = LoadStateInfo{};
+        return VMToolsEngine::openEngine();
+    case EngineUse::StartUpToRead:
+        return VMToolsEngine::loadEngine(state, VMToolsEngine::NetworkRepair::Forbidden);
+    case EngineUse::StartUp:
+        return VMToolsEngine::loadEngine(state, VMToolsEngine::NetworkRepair::Allowed);
+    }
+    return nullptr;
+}
+
 int loadEngine(CommandContext &context, std::unique_ptr<VMToolsEngine> *engine)
 {
     if (!context.step(QStringLiteral("Starting the VirtualBox engine")))
         return context.interrupted();
     LoadStateInfo state{-1, QString()}; // -1 stays when the plug-in gives no engine at all
-    engine->reset(VMToolsEngine::loadEngine(&state));
+    engine->reset(makeEngine(context.command().engine, &state));
     context.stepDone();
     if (!*engine) {
         const QString folder = QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/");
-        return context.out().fail(ResultWords::loadFailure(state, folder),
+        return context.out().fail(Diagnostics::withCause(ResultWords::loadFailure(state, folder)),
                                   ExitCode::EngineUnavailable,
                                   {{QStringLiteral("loadState"), state.state}});
     }
@@ -45,7 +62,7 @@ int loadEngine(CommandContext &context, std::unique_ptr<VMToolsEngine> *engine)
 int runCommand(CommandContext &context)
 {
     std::unique_ptr<VMToolsEngine> engine;
-    if (context.command().needsEngine) {
+    if (context.command().engine != EngineUse::None) {
         const int loaded = loadEngine(context, &engine);
         if (loaded != ExitCode::Success)
             return loaded;
@@ -53,14 +70,14 @@ int runCommand(CommandContext &context)
     if (context.isInterrupted())
         return context.interrupted();
     const int result = context.command().run(context);
-    if (result == ExitCode::Interrupted || !context.isInterrupted())
+    if (result == context.interruption().exitCode() || !context.isInterrupted())
         return result;
     // The result is out already (one JSON object at most); only the status tells. On a
     // terminal Ctrl-C reaches VBoxManage too, so a failure may well be the interrupt's.
     context.out().note(result == ExitCode::Success
                            ? QStringLiteral("interrupted, after the work was done")
                            : QStringLiteral("interrupted"));
-    return ExitCode::Interrupted;
+    return context.interruption().exitCode();
 }
 
 int usageError(const ParsedCommandLine &parsed)
@@ -94,11 +111,11 @@ int Application::run(const QStringList &arguments)
         break;
     }
 
-    Output output(parsed.json);
+    Output output(parsed.json, parsed.quiet);
     QString logError;
     if (!Logging::install({parsed.verbose, parsed.logFile}, &logError))
         return output.fail(logError, ExitCode::Usage);
-    Console::instance().setStatusEnabled(::isatty(STDERR_FILENO) == 1);
+    Console::instance().setStatusEnabled(!parsed.quiet && ::isatty(STDERR_FILENO) == 1);
 
     Progress progress;
     Interruption interruption;

@@ -16,9 +16,18 @@ enum : int {
     Failure = 1,           // the operation was refused or failed
     Usage = 2,             // bad command line
     EngineUnavailable = 3, // the plug-in could not be loaded or VirtualBox did not start
-    Interrupted = 130,     // Ctrl-C, as a shell reports SIGINT
+    Interrupted = 130,     // Ctrl-C, as a shell reports SIGINT (143 for SIGTERM)
 };
 }
+
+// How much of the engine a command needs. Only commands that need the host-only network
+// may have start-up repair it; commands that merely read never change the host.
+enum class EngineUse {
+    None,          // no engine at all
+    Open,          // the engine without start-up: device operations only
+    StartUpToRead, // start-up for the host limits, leaving the network as it is
+    StartUp,       // start-up that replaces an unusable host-only interface
+};
 
 // One sub-command: its help texts, its options and its body.
 struct Command
@@ -30,6 +39,6 @@ struct Command
     int minArguments = 0;
     int maxArguments = 0; // -1: no upper limit
     QList<QCommandLineOption> options;
-    bool needsEngine = true;
+    EngineUse engine = EngineUse::StartUp;
     std::function<int(CommandContext &)> run;
 };

@@ -1,5 +1,7 @@
 #include "commandcontext.h"
 
+#include "commandline.h"
+#include "diagnostics.h"
 #include "interrupt.h"
 #include "output.h"
 #include "profilekeys.h"
@@ -19,12 +21,15 @@ CommandContext::CommandContext(const Command &command, const QCommandLineParser 
 
 QString CommandContext::argument(int index) const
 {
-    return m_parser.positionalArguments().value(index);
+    return CommandLine::unmarked(m_parser.positionalArguments().value(index));
 }
 
 QStringList CommandContext::arguments() const
 {
-    return m_parser.positionalArguments();
+    QStringList arguments;
+    for (const QString &argument : m_parser.positionalArguments())
+        arguments << CommandLine::unmarked(argument);
+    return arguments;
 }
 
 void CommandContext::setEngine(VMToolsEngine *engine, const LoadStateInfo &state)
@@ -37,6 +42,7 @@ bool CommandContext::step(const QString &label)
 {
     if (isInterrupted())
         return false;
+    Diagnostics::reset();
     m_progress.begin(label);
     return true;
 }
@@ -54,7 +60,7 @@ bool CommandContext::isInterrupted() const
 int CommandContext::interrupted()
 {
     m_progress.finish();
-    return m_output.fail(QStringLiteral("interrupted"), ExitCode::Interrupted);
+    return m_output.fail(QStringLiteral("interrupted"), m_interruption.exitCode());
 }
 
 int CommandContext::usage(const QString &message)
@@ -64,10 +70,10 @@ int CommandContext::usage(const QString &message)
     return code;
 }
 
-int CommandContext::fail(const QString &message)
+int CommandContext::fail(const QString &message, const QJsonObject &extra)
 {
     m_progress.finish();
-    return m_output.fail(message, ExitCode::Failure);
+    return m_output.fail(Diagnostics::withCause(message), ExitCode::Failure, extra);
 }
 
 std::unique_ptr<VMToolsMachine> CommandContext::machine(const QString &name, int *exitCode)
@@ -78,7 +84,14 @@ std::unique_ptr<VMToolsMachine> CommandContext::machine(const QString &name, int
     }
     std::unique_ptr<VMToolsMachine> machine(m_engine->getMachine(name));
     stepDone();
+    // VirtualBox failing is not the same as VirtualBox knowing no such machine.
+    const QString error = Diagnostics::virtualBoxError();
+    if (!machine && !error.isEmpty() && !error.contains(QLatin1String("Could not find"))) {
+        *exitCode = fail(QStringLiteral("\"%1\" could not be looked up").arg(name));
+        return nullptr;
+    }
     if (!machine) {
+        Diagnostics::reset(); // that VirtualBox knows no such machine says nothing more
         *exitCode = fail(QStringLiteral("there is no device named \"%1\"").arg(name));
         return nullptr;
     }
@@ -110,7 +123,7 @@ bool CommandContext::isDevice(const VMToolsMachine &machine)
 
 bool CommandContext::countOption(const QString &option, unsigned int *value, int *exitCode)
 {
-    const QString text = m_parser.value(option);
+    const QString text = CommandLine::unmarked(m_parser.value(option));
     if (ProfileKeys::parseCount(text, value))
         return true;
     *exitCode =

@@ -5,6 +5,7 @@
 #include <vmtools/loadstateinfo.h>
 
 #include <QCommandLineParser>
+#include <QJsonObject>
 #include <QStringList>
 
 #include <memory>
@@ -43,7 +44,8 @@ public:
 
     // A usage error: the message and a pointer to the command's help.
     int usage(const QString &message);
-    int fail(const QString &message);
+    // A failure, with its cause when the engine's log gave one.
+    int fail(const QString &message, const QJsonObject &extra = QJsonObject());
 
     // Opens a device; reports the failure (and sets *exitCode) when there is none, or
     // when the machine of that name is not one of this host's devices.

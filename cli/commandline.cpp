@@ -4,8 +4,11 @@
 
 namespace {
 
+const QChar NumberMark(0x1);
+
 const QString JsonOption = QStringLiteral("json");
 const QString VerboseOption = QStringLiteral("verbose");
+const QString QuietOption = QStringLiteral("quiet");
 const QString LogFileOption = QStringLiteral("log-file");
 const QString HelpOption = QStringLiteral("help");
 const QString VersionOption = QStringLiteral("version");
@@ -16,7 +19,9 @@ QList<QCommandLineOption> globalOptions()
         {{QStringLiteral("h"), HelpOption}, QStringLiteral("Show this help.")},
         {JsonOption, QStringLiteral("Print the result as one JSON object, for scripts.")},
         {{QStringLiteral("v"), VerboseOption},
-         QStringLiteral("Show the engine's debug lines as well as its warnings and errors.")},
+         QStringLiteral("Show every line of the engine's log on stderr.")},
+        {{QStringLiteral("q"), QuietOption},
+         QStringLiteral("Print only the result and errors: no remarks, no status line.")},
         {LogFileOption,
          QStringLiteral("Append every line of the engine's log, with time stamps, to FILE."),
          QStringLiteral("FILE")},
@@ -45,6 +50,9 @@ void readGlobals(const QCommandLineParser &parser, ParsedCommandLine *parsed)
 {
     parsed->json = parser.isSet(JsonOption);
     parsed->verbose = parser.isSet(VerboseOption);
+    parsed->quiet = parser.isSet(QuietOption);
+    if (parsed->verbose && parsed->quiet)
+        parsed->error = QStringLiteral("-v and -q cannot be used together");
     parsed->logFile = parser.value(LogFileOption);
 }
 
@@ -59,6 +67,8 @@ ParsedCommandLine withoutCommand(const QStringList &arguments)
         return parsed;
     }
     readGlobals(parser, &parsed);
+    if (!parsed.error.isEmpty())
+        return parsed;
     if (parser.isSet(VersionOption))
         parsed.action = ParsedCommandLine::Action::Version;
     else if (parser.isSet(HelpOption))
@@ -81,6 +91,11 @@ QString argumentCountProblem(const Command &command, int count)
 
 namespace CommandLine {
 
+QString unmarked(const QString &value)
+{
+    return value.startsWith(NumberMark) ? value.mid(1) : value;
+}
+
 ParsedCommandLine parse(const QStringList &arguments)
 {
     const int index = commandWordIndex(arguments);
@@ -97,6 +112,10 @@ ParsedCommandLine parse(const QStringList &arguments)
     }
     QStringList rest = arguments;
     rest.removeAt(index);
+    for (QString &argument : rest) {
+        if (argument.size() > 1 && argument.at(0) == QLatin1Char('-') && argument.at(1).isDigit())
+            argument.prepend(NumberMark);
+    }
     parsed.parser = std::make_unique<QCommandLineParser>();
     QCommandLineParser &parser = *parsed.parser;
     parser.addOptions(globalOptions());
@@ -106,6 +125,8 @@ ParsedCommandLine parse(const QStringList &arguments)
         return parsed;
     }
     readGlobals(parser, &parsed);
+    if (!parsed.error.isEmpty())
+        return parsed;
     if (parser.isSet(HelpOption)) {
         parsed.action = ParsedCommandLine::Action::CommandHelp;
         return parsed;
@@ -119,7 +140,7 @@ ParsedCommandLine parse(const QStringList &arguments)
 QString overview()
 {
     QString text = QStringLiteral(
-        "Usage: vmtools [--json] [-v] [--log-file FILE] COMMAND [options] [arguments]\n\n"
+        "Usage: vmtools [--json] [-v | -q] [--log-file FILE] COMMAND [options] [arguments]\n\n"
         "Creates, configures, starts, stops, clones, exports and deletes Android virtual\n"
         "devices through the VirtualBox engine plug-in in plugins/ beside this program.\n");
     const QList<QPair<QString, QList<Command>>> groups{

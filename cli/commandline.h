@@ -18,12 +18,17 @@ struct ParsedCommandLine
     const Command *command = nullptr;
     bool json = false;
     bool verbose = false;
+    bool quiet = false;
     QString logFile;
     QString error;                              // for UsageError
     std::unique_ptr<QCommandLineParser> parser; // the command's, once parsed
 };
 
 namespace CommandLine {
+
+// A negative number ("-3") is a value, never an option: the parser gets it behind this
+// mark, and whoever reads an argument or an option's value takes it off again.
+QString unmarked(const QString &value);
 
 // `arguments` as QCoreApplication::arguments() gives them: the program comes first.
 ParsedCommandLine parse(const QStringList &arguments);

@@ -1,5 +1,9 @@
 #include "commandcontext.h"
+#include "commandline.h"
 #include "commands.h"
+#include "diagnostics.h"
+#include "guestlimits.h"
+#include "interrupt.h"
 #include "output.h"
 #include "profilekeys.h"
 #include "resultwords.h"
@@ -30,6 +34,9 @@ int list(CommandContext &c)
     for (VMToolsMachine *machine : c.engine()->getMachines())
         machines.emplace_back(machine);
     c.stepDone();
+    // An empty listing from a VirtualBox that failed is no answer.
+    if (machines.empty() && !Diagnostics::virtualBoxError().isEmpty())
+        return c.fail(QStringLiteral("the devices could not be listed"));
 
     QJsonArray devices;
     QList<QStringList> rows;
@@ -132,22 +139,21 @@ bool nameIsFree(CommandContext &c, const QString &name, int *exitCode)
     c.stepDone();
     if (!exists)
         return true;
-    *exitCode =
-        c.out().fail(ResultWords::engineResult(EngineResult::CloneNameExists), ExitCode::Failure,
-                     {{QStringLiteral("result"), int(EngineResult::CloneNameExists)}});
+    *exitCode = c.fail(ResultWords::engineResult(EngineResult::CloneNameExists),
+                       {{QStringLiteral("result"), int(EngineResult::CloneNameExists)}});
     return false;
 }
 
 int engineFailure(CommandContext &c, unsigned int result)
 {
     c.stepDone();
-    return c.out().fail(ResultWords::engineResult(result), ExitCode::Failure,
-                        {{QStringLiteral("result"), static_cast<double>(result)}});
+    return c.fail(ResultWords::engineResult(result),
+                  {{QStringLiteral("result"), static_cast<double>(result)}});
 }
 
 bool sdCardOption(CommandContext &c, unsigned int *size, int *exitCode)
 {
-    const QString text = c.options().value(QStringLiteral("sdcard"));
+    const QString text = CommandLine::unmarked(c.options().value(QStringLiteral("sdcard")));
     if (text == QLatin1String("0")) {
         *size = 0;
         return true;
@@ -157,20 +163,16 @@ bool sdCardOption(CommandContext &c, unsigned int *size, int *exitCode)
 
 bool withinLimits(CommandContext &c, unsigned int cpus, unsigned int memory, int *exitCode)
 {
-    const unsigned int maxCpus = c.engine()->getMaxCpuCount();
-    const unsigned int maxMemory = c.engine()->getMaxMemory();
-    if (cpus > maxCpus) {
-        *exitCode = c.usage(
-            QStringLiteral("--cpus %1 is more than this host allows (%2)").arg(cpus).arg(maxCpus));
-        return false;
-    }
-    if (memory > maxMemory) {
-        *exitCode = c.usage(QStringLiteral("--memory %1 is more than this host allows (%2 MB)")
-                                .arg(memory)
-                                .arg(maxMemory));
-        return false;
-    }
-    return true;
+    const GuestLimits::Limits limits =
+        GuestLimits::read(c.engine()->getMaxCpuCount(), c.engine()->getMaxMemory());
+    QString problem = GuestLimits::problem(QStringLiteral("--cpus"), cpus, limits.cpus);
+    if (problem.isEmpty())
+        problem = GuestLimits::problem(QStringLiteral("--memory"), memory, limits.memory,
+                                       QStringLiteral("MB"));
+    if (problem.isEmpty())
+        return true;
+    *exitCode = c.usage(problem);
+    return false;
 }
 
 int create(CommandContext &c)
@@ -190,8 +192,10 @@ int create(CommandContext &c)
 
     if (!c.step(QStringLiteral("Creating %1 from %2").arg(name, appliance.fileName())))
         return c.interrupted();
-    const unsigned int result =
-        c.engine()->createMachine(appliance.absoluteFilePath(), name, cpus, memory, sdCard);
+    const unsigned int result = [&] {
+        const ProtectedSection folderSwitch(c.interruption());
+        return c.engine()->createMachine(appliance.absoluteFilePath(), name, cpus, memory, sdCard);
+    }();
     if (result != EngineResult::Success)
         return engineFailure(c, result);
     c.stepDone();
@@ -224,13 +228,19 @@ int cloneDevice(CommandContext &c)
     if (fromFactory) {
         if (!c.step(QStringLiteral("Looking for the factory backup of %1").arg(source)))
             return c.interrupted();
-        if (!machine->canResetToFactory())
-            c.out().note(
-                QStringLiteral("%1 has no factory backup; cloning its current state").arg(source));
+        if (!machine->canResetToFactory()) {
+            Diagnostics::reset(); // VirtualBox's "no snapshots" adds nothing
+            return c.fail(QStringLiteral("%1 has no factory backup; take one with 'vmtools "
+                                         "factory-backup %1', or clone without --from-factory")
+                              .arg(source));
+        }
     }
     if (!c.step(QStringLiteral("Cloning %1 to %2").arg(source, target)))
         return c.interrupted();
-    const unsigned int result = c.engine()->cloneMachine(machine.get(), target, fromFactory);
+    const unsigned int result = [&] {
+        const ProtectedSection folderSwitch(c.interruption());
+        return c.engine()->cloneMachine(machine.get(), target, fromFactory);
+    }();
     if (result != EngineResult::Success)
         return engineFailure(c, result);
     c.stepDone();
@@ -252,7 +262,12 @@ int renameDevice(CommandContext &c)
         return code;
     if (!c.step(QStringLiteral("Renaming %1 to %2").arg(oldName, newName)))
         return c.interrupted();
-    if (!c.engine()->renameMachine(machine.get(), newName))
+    bool renamed = false;
+    {
+        const ProtectedSection folderSwitch(c.interruption());
+        renamed = c.engine()->renameMachine(machine.get(), newName);
+    }
+    if (!renamed)
         return c.fail(
             QStringLiteral("VirtualBox could not rename %1 (is it running?)").arg(oldName));
     c.stepDone();
@@ -269,7 +284,10 @@ int deleteDevice(CommandContext &c)
         return code;
     if (!c.step(QStringLiteral("Deleting %1").arg(name)))
         return c.interrupted();
-    const bool deleted = c.engine()->deleteMachine(machine.get());
+    const bool deleted = [&] {
+        const ProtectedSection folderSwitch(c.interruption());
+        return c.engine()->deleteMachine(machine.get());
+    }();
     // The engine also reports success when it could not even begin; ask VirtualBox.
     const bool stillThere = c.engine()->doesMachineExist(name);
     c.stepDone();
@@ -294,7 +312,7 @@ QList<Command> deviceCommands()
                         0,
                         0,
                         {},
-                        true,
+                        EngineUse::Open,
                         list};
     Command showCommand{QStringLiteral("show"),
                         QStringLiteral("Show one device's whole profile and state"),
@@ -305,7 +323,7 @@ QList<Command> deviceCommands()
                         1,
                         1,
                         {},
-                        true,
+                        EngineUse::Open,
                         onNamedDevice(show)};
     Command createCommand{
         QStringLiteral("create"),
@@ -321,7 +339,7 @@ QList<Command> deviceCommands()
           QStringLiteral("MB"), QStringLiteral("2048")},
          {QStringLiteral("sdcard"), QStringLiteral("SD-card size in MB; 0 for none (default 0)."),
           QStringLiteral("MB"), QStringLiteral("0")}},
-        true,
+        EngineUse::StartUp,
         create};
     Command cloneCommand{QStringLiteral("clone"),
                          QStringLiteral("Copy a device under a new name"),
@@ -333,7 +351,7 @@ QList<Command> deviceCommands()
                          {{QStringLiteral("from-factory"),
                            QStringLiteral("Copy the factory backup instead of the current "
                                           "state.")}},
-                         true,
+                         EngineUse::Open,
                          cloneDevice};
     Command renameCommand{QStringLiteral("rename"),
                           QStringLiteral("Rename a device"),
@@ -342,7 +360,7 @@ QList<Command> deviceCommands()
                           2,
                           2,
                           {},
-                          true,
+                          EngineUse::Open,
                           renameDevice};
     Command deleteCommand{QStringLiteral("delete"),
                           QStringLiteral("Delete a device with its disks and folder"),
@@ -351,7 +369,7 @@ QList<Command> deviceCommands()
                           1,
                           1,
                           {},
-                          true,
+                          EngineUse::Open,
                           deleteDevice};
     return {listCommand, showCommand, createCommand, cloneCommand, renameCommand, deleteCommand};
 }

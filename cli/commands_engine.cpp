@@ -55,7 +55,8 @@ int info(CommandContext &c)
             {QStringLiteral("Max CPUs"), QString::number(engine->getMaxCpuCount())},
             {QStringLiteral("Max memory"), QStringLiteral("%1 MB").arg(engine->getMaxMemory())},
             {QStringLiteral("Host-only interface"),
-             adapter.isEmpty() ? QStringLiteral("(none)") : adapter},
+             adapter.isEmpty() ? QStringLiteral("(none usable; 'vmtools repair-network' makes one)")
+                               : adapter},
             {QStringLiteral("Ready"), TextFormat::yesNo(engine->isSystemReady())},
             {QStringLiteral("Deploy directory"), deployDirectory()},
         }));
@@ -151,7 +152,7 @@ QList<Command> engineCommands()
                         0,
                         0,
                         {},
-                        true,
+                        EngineUse::StartUpToRead,
                         info};
     Command repair{QStringLiteral("repair-network"),
                    QStringLiteral("Check the host-only network and rebuild it when broken"),
@@ -162,7 +163,7 @@ QList<Command> engineCommands()
                    0,
                    0,
                    {},
-                   true,
+                   EngineUse::StartUp,
                    repairNetwork};
     Command deploy{QStringLiteral("deploy-dir"),
                    QStringLiteral("Show or change the folder where new devices are kept"),
@@ -173,7 +174,7 @@ QList<Command> engineCommands()
                    0,
                    1,
                    {},
-                   false,
+                   EngineUse::None,
                    deployDir};
     Command dumpCommand{QStringLiteral("dump"),
                         QStringLiteral("Write the diagnostic dump of the engine and every "
@@ -185,7 +186,7 @@ QList<Command> engineCommands()
                         1,
                         1,
                         {},
-                        true,
+                        EngineUse::Open,
                         dump};
     return {infoCommand, repair, deploy, dumpCommand};
 }

@@ -30,6 +30,23 @@ bool freeTarget(CommandContext &c, const QFileInfo &target, int *exitCode)
     return true;
 }
 
+// What VirtualBox can open as a disk image; anything else is somebody's file.
+bool isDiskImage(const QFileInfo &file)
+{
+    static const QStringList suffixes{QStringLiteral("vdi"),   QStringLiteral("vmdk"),
+                                      QStringLiteral("vhd"),   QStringLiteral("vhdx"),
+                                      QStringLiteral("hdd"),   QStringLiteral("qcow"),
+                                      QStringLiteral("qcow2"), QStringLiteral("qed")};
+    return suffixes.contains(file.suffix().toLower());
+}
+
+int notADiskImage(CommandContext &c, const QFileInfo &file)
+{
+    return c.usage(QStringLiteral("%1 is not a disk image (.vdi, .vmdk, .vhd, .vhdx, .hdd, "
+                                  ".qcow, .qcow2 or .qed)")
+                       .arg(file.filePath()));
+}
+
 // The observer lives only as long as Ctrl-C may reach it.
 bool exportWithObserver(CommandContext &c, VMToolsMachine *machine, const QString &path,
                         bool *canceled)
@@ -45,6 +62,8 @@ bool exportWithObserver(CommandContext &c, VMToolsMachine *machine, const QStrin
 int exportDevice(CommandContext &c)
 {
     const QString name = c.argument(0);
+    if (c.argument(1).trimmed().isEmpty())
+        return c.usage(QStringLiteral("the export needs a file name, such as %1.ova").arg(name));
     const QFileInfo target(QFileInfo(c.argument(1)).absoluteFilePath());
     int code = ExitCode::Success;
     if (!freeTarget(c, target, &code))
@@ -64,7 +83,7 @@ int exportDevice(CommandContext &c)
         if (canceled)
             return c.out().fail(QStringLiteral("export of %1 cancelled; nothing was written to %2")
                                     .arg(name, target.filePath()),
-                                ExitCode::Interrupted);
+                                c.interruption().exitCode());
         return c.fail(
             QStringLiteral("%1 could not be exported to %2").arg(name, target.filePath()));
     }
@@ -79,8 +98,8 @@ int exportDevice(CommandContext &c)
 int engineFailure(CommandContext &c, unsigned int result)
 {
     c.stepDone();
-    return c.out().fail(ResultWords::engineResult(result), ExitCode::Failure,
-                        {{QStringLiteral("result"), static_cast<double>(result)}});
+    return c.fail(ResultWords::engineResult(result),
+                  {{QStringLiteral("result"), static_cast<double>(result)}});
 }
 
 int copyDisk(CommandContext &c)
@@ -90,6 +109,10 @@ int copyDisk(CommandContext &c)
     int code = ExitCode::Success;
     if (!source.isFile())
         return c.fail(QStringLiteral("no disk image at %1").arg(source.filePath()));
+    if (!isDiskImage(source))
+        return notADiskImage(c, source);
+    if (!isDiskImage(target))
+        return notADiskImage(c, target);
     if (!freeTarget(c, target, &code))
         return code;
     if (!c.step(QStringLiteral("Copying %1").arg(source.fileName())))
@@ -113,6 +136,8 @@ int deleteDisk(CommandContext &c)
             QStringLiteral("No disk image at %1; nothing to delete.").arg(disk.filePath()));
     if (!disk.isFile())
         return c.fail(QStringLiteral("%1 is not a disk image file").arg(disk.filePath()));
+    if (!isDiskImage(disk))
+        return notADiskImage(c, disk);
     if (!c.step(QStringLiteral("Deleting %1").arg(disk.fileName())))
         return c.interrupted();
     const unsigned int result = c.engine()->deleteDisk(disk.filePath());
@@ -139,7 +164,7 @@ QList<Command> mediaCommands()
                           2,
                           2,
                           {},
-                          true,
+                          EngineUse::Open,
                           exportDevice};
     Command copyCommand{QStringLiteral("copy-disk"),
                         QStringLiteral("Copy a disk image"),
@@ -149,7 +174,7 @@ QList<Command> mediaCommands()
                         2,
                         2,
                         {},
-                        true,
+                        EngineUse::Open,
                         copyDisk};
     Command deleteCommand{QStringLiteral("delete-disk"),
                           QStringLiteral("Unregister and delete a disk image"),
@@ -159,7 +184,7 @@ QList<Command> mediaCommands()
                           1,
                           1,
                           {},
-                          true,
+                          EngineUse::Open,
                           deleteDisk};
     return {exportCommand, copyCommand, deleteCommand};
 }

@@ -1,5 +1,6 @@
 #include "commandcontext.h"
 #include "commands.h"
+#include "guestlimits.h"
 #include "output.h"
 #include "profilekeys.h"
 #include "resultwords.h"
@@ -8,6 +9,8 @@
 #include <vmtools/vmtoolsmachine.h>
 
 #include <QJsonArray>
+
+#include <optional>
 
 namespace {
 
@@ -86,19 +89,18 @@ bool parseChanges(CommandContext &c, QList<Change> *changes, int *exitCode)
 
 bool withinLimits(CommandContext &c, const QList<Change> &changes, int *exitCode)
 {
+    std::optional<GuestLimits::Limits> limits;
     for (const Change &change : changes) {
-        unsigned int limit = 0;
-        if (change.key->name == QLatin1String("cpus"))
-            limit = c.engine()->getMaxCpuCount();
-        else if (change.key->name == QLatin1String("memory"))
-            limit = c.engine()->getMaxMemory();
-        else
+        const bool cpus = change.key->name == QLatin1String("cpus");
+        if (!cpus && change.key->name != QLatin1String("memory"))
             continue;
-        if (change.value.toUInt() > limit) {
-            *exitCode = c.usage(QStringLiteral("%1 %2 is more than this host allows (%3)")
-                                    .arg(change.key->name)
-                                    .arg(change.value.toUInt())
-                                    .arg(limit));
+        if (!limits)
+            limits = GuestLimits::read(c.engine()->getMaxCpuCount(), c.engine()->getMaxMemory());
+        const QString problem = GuestLimits::problem(change.key->name, change.value.toUInt(),
+                                                     cpus ? limits->cpus : limits->memory,
+                                                     cpus ? QString() : QStringLiteral("MB"));
+        if (!problem.isEmpty()) {
+            *exitCode = c.usage(problem);
             return false;
         }
     }
@@ -131,6 +133,7 @@ int set(CommandContext &c)
             QStringLiteral("%1 is running; stop it before changing cpus or memory").arg(name));
 
     QJsonObject changed;
+    QStringList applied;
     QString text;
     for (const Change &change : changes) {
         const QString shown = ProfileKeys::displayText(*change.key, change.value);
@@ -138,10 +141,15 @@ int set(CommandContext &c)
             return c.interrupted();
         if (!change.key->write(*machine, change.value)) {
             c.stepDone();
-            return c.out().fail(QStringLiteral("VirtualBox did not take %1 %2 for %3")
-                                    .arg(change.key->name, shown, name),
-                                ExitCode::Failure, {{QStringLiteral("changed"), changed}});
+            // What went through stays changed: say so, in the text as in the JSON.
+            QString message = QStringLiteral("VirtualBox did not take %1 %2 for %3")
+                                  .arg(change.key->name, shown, name);
+            if (!applied.isEmpty())
+                message +=
+                    QStringLiteral("; already changed: ") + applied.join(QStringLiteral(", "));
+            return c.fail(message, {{QStringLiteral("changed"), changed}});
         }
+        applied << change.key->name + QLatin1Char(' ') + shown;
         changed.insert(change.key->name, ProfileKeys::jsonValue(*change.key, change.value));
         text += QStringLiteral("%1 set to %2\n").arg(change.key->name, shown);
     }
@@ -267,7 +275,7 @@ QList<Command> profileCommands()
                        1,
                        -1,
                        {},
-                       true,
+                       EngineUse::Open,
                        get};
     Command setCommand{QStringLiteral("set"),
                        QStringLiteral("Change profile values of a device"),
@@ -281,7 +289,7 @@ QList<Command> profileCommands()
                        3,
                        -1,
                        {},
-                       true,
+                       EngineUse::StartUpToRead,
                        set};
     Command networkCommand{
         QStringLiteral("network"),
@@ -294,7 +302,7 @@ QList<Command> profileCommands()
         1,
         3,
         {},
-        true,
+        EngineUse::Open,
         network};
     return {getCommand, setCommand, networkCommand};
 }

@@ -14,10 +14,10 @@ namespace {
 
 int g_pipe[2] = {-1, -1};
 
-void onSignal(int)
+void onSignal(int signalNumber)
 {
     const int savedErrno = errno;
-    const char byte = 1;
+    const char byte = static_cast<char>(signalNumber);
     // Async-signal-safe; a full pipe already holds a pending wake-up.
     [[maybe_unused]] const ssize_t written = ::write(g_pipe[1], &byte, 1);
     errno = savedErrno;
@@ -53,12 +53,11 @@ InterruptWatcher::~InterruptWatcher()
 void InterruptWatcher::drain()
 {
     char buffer[16];
-    int count = 0;
     ssize_t n = 0;
-    while ((n = ::read(g_pipe[0], buffer, sizeof buffer)) > 0)
-        count += static_cast<int>(n);
-    for (int i = 0; i < count; ++i)
-        emit interrupted();
+    while ((n = ::read(g_pipe[0], buffer, sizeof buffer)) > 0) {
+        for (ssize_t i = 0; i < n; ++i)
+            emit interrupted(static_cast<unsigned char>(buffer[i]));
+    }
 }
 
 void Interruption::setCancelTarget(VMToolsObserver *observer)

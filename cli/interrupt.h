@@ -4,6 +4,7 @@
 #include <QObject>
 
 #include <atomic>
+#include <csignal>
 
 class QSocketNotifier;
 class VMToolsObserver;
@@ -19,7 +20,7 @@ public:
     ~InterruptWatcher() override;
 
 signals:
-    void interrupted();
+    void interrupted(int signalNumber);
 
 private:
     void drain();
@@ -33,7 +34,18 @@ class Interruption final
 {
 public:
     bool requested() const { return m_requested.load(); }
-    void request() { m_requested.store(true); }
+    void request(int signalNumber = SIGINT)
+    {
+        m_signal.store(signalNumber);
+        m_requested.store(true);
+    }
+    // What a shell reports for the signal: 130 for Ctrl-C, 143 for SIGTERM.
+    int exitCode() const { return 128 + m_signal.load(); }
+
+    // While set, the work switches VirtualBox's machine folder: even a second Ctrl-C
+    // waits until the operation has put it back.
+    void setProtected(bool isProtected) { m_protected.store(isProtected); }
+    bool isProtected() const { return m_protected.load(); }
 
     // While set, Ctrl-C cancels this observer's running call (an export).
     void setCancelTarget(VMToolsObserver *observer);
@@ -48,7 +60,26 @@ public:
 
 private:
     std::atomic<bool> m_requested{false};
+    std::atomic<int> m_signal{SIGINT};
+    std::atomic<bool> m_protected{false};
     std::atomic<bool> m_abortable{false};
     mutable QMutex m_mutex;
     VMToolsObserver *m_cancelTarget = nullptr;
+};
+
+// Marks the engine call in its scope as one that switches VirtualBox's machine folder.
+class ProtectedSection final
+{
+public:
+    explicit ProtectedSection(Interruption &interruption)
+        : m_interruption(interruption)
+    {
+        m_interruption.setProtected(true);
+    }
+    ~ProtectedSection() { m_interruption.setProtected(false); }
+    ProtectedSection(const ProtectedSection &) = delete;
+    ProtectedSection &operator=(const ProtectedSection &) = delete;
+
+private:
+    Interruption &m_interruption;
 };

@@ -1,6 +1,7 @@
 #include "logging.h"
 
 #include "console.h"
+#include "diagnostics.h"
 
 #include <QFile>
 #include <QMutex>
@@ -48,7 +49,10 @@ void handleMessage(QtMsgType type, const QMessageLogContext &, const QString &te
         log.file.write(Logging::fileLine(QDateTime::currentDateTime(), type, text).toUtf8() + '\n');
         log.file.flush();
     }
-    if (Logging::showsOnStderr(type, log.verbose))
+    Diagnostics::record(type, text);
+    // The engine's lines are for whoever asked for them; failures reach the user as one
+    // vmtools line that names their cause.
+    if (log.verbose)
         Console::instance().err(text);
     if (type == QtFatalMsg)
         std::abort();
@@ -76,11 +80,6 @@ bool install(const Options &options, QString *error)
     }
     qInstallMessageHandler(handleMessage);
     return true;
-}
-
-bool showsOnStderr(QtMsgType type, bool verbose)
-{
-    return verbose || (type != QtDebugMsg && type != QtInfoMsg);
 }
 
 QString fileLine(const QDateTime &time, QtMsgType type, const QString &text)

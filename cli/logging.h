@@ -11,15 +11,12 @@ namespace Logging {
 
 struct Options
 {
-    bool verbose = false; // debug lines on stderr too
+    bool verbose = false; // every line on stderr too
     QString logFile;      // every line, appended; none when empty
 };
 
 // False, with the reason, when the log file cannot be opened.
 bool install(const Options &options, QString *error);
-
-// Whether a line of this level goes to stderr.
-bool showsOnStderr(QtMsgType type, bool verbose);
 
 // One line of the log file, without its line feed.
 QString fileLine(const QDateTime &time, QtMsgType type, const QString &text);

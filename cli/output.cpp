@@ -5,8 +5,9 @@
 
 #include <QJsonDocument>
 
-Output::Output(bool json)
+Output::Output(bool json, bool quiet)
     : m_json(json)
+    , m_quiet(quiet)
 {}
 
 int Output::done(const QJsonObject &data, const QString &text)
@@ -36,6 +37,8 @@ int Output::fail(const QString &message, int exitCode, const QJsonObject &extra)
 
 void Output::note(const QString &line)
 {
+    if (m_quiet)
+        return;
     Console::instance().err(QStringLiteral("vmtools: ") + line);
 }
 

@@ -12,7 +12,7 @@
 class Output final
 {
 public:
-    explicit Output(bool json);
+    explicit Output(bool json, bool quiet = false);
 
     bool json() const { return m_json; }
 
@@ -20,11 +20,12 @@ public:
     int done(const QJsonObject &data, const QString &text);
     // Reports a failure; returns exitCode.
     int fail(const QString &message, int exitCode, const QJsonObject &extra = QJsonObject());
-    // A remark for the person at the terminal, on stderr, in both modes.
+    // A remark for the person at the terminal, on stderr, in both modes; none with -q.
     void note(const QString &line);
 
 private:
     bool m_json;
+    bool m_quiet;
 };
 
 // Plain-text layouts for people.

@@ -20,11 +20,11 @@ constexpr int TickMs = 250;
 // is starting) must not start a storm of signals: repeat it only this often.
 constexpr qint64 CancelSpacingMs = 500;
 
-[[noreturn]] void stopAtOnce(const QString &message)
+[[noreturn]] void stopAtOnce(const QString &message, int exitCode)
 {
     Console::instance().err(QStringLiteral("vmtools: ") + message);
     std::fflush(nullptr);
-    ::_exit(ExitCode::Interrupted);
+    ::_exit(exitCode);
 }
 
 } // namespace
@@ -54,20 +54,26 @@ int TaskRunner::run(const std::function<int()> &work)
     return result;
 }
 
-void TaskRunner::onInterrupt()
+void TaskRunner::onInterrupt(int signalNumber)
 {
     ++m_interrupts;
-    m_interruption.request();
+    m_interruption.request(signalNumber);
     if (m_interruption.hasCancelTarget()) {
         if (m_interrupts == 1)
             Console::instance().err(QStringLiteral("vmtools: cancelling..."));
         retryCancel();
         return;
     }
+    const int exitCode = m_interruption.exitCode();
     if (m_interruption.abortable())
-        stopAtOnce(QStringLiteral("interrupted"));
+        stopAtOnce(QStringLiteral("interrupted"), exitCode);
+    if (m_interrupts > 1 && m_interruption.isProtected()) {
+        Console::instance().err(QStringLiteral("vmtools: still finishing: VirtualBox's machine "
+                                               "folder must be put back first"));
+        return;
+    }
     if (m_interrupts > 1)
-        stopAtOnce(QStringLiteral("stopped at once; VirtualBox may be left half-way"));
+        stopAtOnce(QStringLiteral("stopped at once; VirtualBox may be left half-way"), exitCode);
     Console::instance().err(QStringLiteral("vmtools: interrupted; finishing the current "
                                            "VirtualBox call (Ctrl-C again stops at once)"));
 }

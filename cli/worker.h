@@ -21,7 +21,7 @@ public:
     int run(const std::function<int()> &work);
 
 private:
-    void onInterrupt();
+    void onInterrupt(int signalNumber);
     void retryCancel();
     void tick();
 

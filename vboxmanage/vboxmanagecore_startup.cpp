@@ -44,7 +44,14 @@ LoadStateInfo VBoxManageCore::initialize()
     VBoxLog::debug() << "get" << m_adapterName << "from"
                      << "host.only.interface";
 
-    if (!findHostOnlyInterface())
-        return createHostOnlyInterface();
-    return {0, QString()};
+    if (findHostOnlyInterface())
+        return {0, QString()};
+    if (!mayRepairNetwork()) {
+        // The host only looks: it learns from isSystemReady that the network is not usable.
+        VBoxLog::warning() << "[initialize]" << m_adapterName
+                           << "is not usable; left as it is, as the host asked";
+        m_adapterName.clear();
+        return {0, QString()};
+    }
+    return createHostOnlyInterface();
 }

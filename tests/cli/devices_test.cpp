@@ -46,6 +46,20 @@ TEST(CliDevicesTest, ListShowAndDumpCoverOnlyThisHostsDevices)
                   R"({"name": "tablet", "uuid": "e1a5e766-27cc-4b13-8c81-b69a5aa5dac7",
                       "state": "running", "memory": 2048, "resolution": "1080x1920"})");
 
+    // Reading costs no engine start-up and never touches the host's network.
+    const QList<QPair<QString, int>> readCosts{
+        {"list", 8}, {"show phone", 9}, {"get phone resolution", 3}};
+    for (const auto &[command, runs] : readCosts) {
+        standIn.clearCalls();
+        ASSERT_EQ(host.run(command.split(' ')).exitCode, 0) << command.toStdString();
+        EXPECT_EQ(standIn.calls().size(), runs) << command.toStdString();
+        EXPECT_TRUE(standIn.calls("ip").isEmpty()) << command.toStdString();
+        for (const QStringList &call : standIn.calls()) {
+            for (const char *untouched : {"hostinfo", "hostonlyif", "hostonlyifs", "dhcpserver"})
+                EXPECT_FALSE(call.contains(untouched)) << call.join(' ').toStdString();
+        }
+    }
+
     QFile file(dump);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QString dumped = QString::fromUtf8(file.readAll());
@@ -75,23 +89,24 @@ TEST(CliDevicesTest, CreateCloneRenameAndDeleteRefuseBadRequestsAndReportFailure
 
     // Refused before VirtualBox is asked to change anything.
     const QString create = "create watch " + appliance;
-    expectRuns(
-        host,
-        {{create + " --cpus 0", 2, "--cpus takes a positive whole number, not \"0\""},
-         {create + " --cpus 9", 2, "--cpus 9 is more than this host allows (8)"},
-         {create + " --memory 16000", 2, "--memory 16000 is more than this host allows (15923 MB)"},
-         {"create ../watch " + appliance, 2, "a device name cannot hold \"/\""},
-         {"create watch " + missing, 1, "no appliance file at " + missing},
-         // An existing device's disks would be deleted before VirtualBox refused the name.
-         {"create phone " + appliance, 1, "a device with that name already exists"},
-         {"clone phone tablet --json", 1, "a device with that name already exists",
-          R"({"result": 3})"},
-         {"clone phone phone", 2},
-         {"rename phone tablet", 1},
-         {"rename phone ..", 2},
-         {"delete Ubuntu", 1,
-          "\"Ubuntu\" is a VirtualBox machine but not an Android device; vmtools leaves it "
-          "alone"}});
+    expectRuns(host,
+               {{create + " --cpus 0", 2, "--cpus takes a positive whole number, not \"0\""},
+                {create + " --cpus 9", 2,
+                 "--cpus 9 is outside what VirtualBox and this host allow: 1 to 8"},
+                {create + " --memory 16000", 2,
+                 "--memory 16000 is outside what VirtualBox and this host allow: 1 to 15923 MB"},
+                {"create ../watch " + appliance, 2, "a device name cannot hold \"/\""},
+                {"create watch " + missing, 1, "no appliance file at " + missing},
+                // An existing device's disks would be deleted before VirtualBox refused the name.
+                {"create phone " + appliance, 1, "a device with that name already exists"},
+                {"clone phone tablet --json", 1, "a device with that name already exists",
+                 R"({"result": 3})"},
+                {"clone phone phone", 2},
+                {"rename phone tablet", 1},
+                {"rename phone ..", 2},
+                {"delete Ubuntu", 1,
+                 "\"Ubuntu\" is a VirtualBox machine but not an Android device; vmtools leaves it "
+                 "alone"}});
     for (const char *command : {"import", "clonevm", "closemedium", "modifyvm", "unregistervm"})
         EXPECT_FALSE(calledWithPrefix(standIn, {command})) << command;
 
@@ -100,7 +115,9 @@ TEST(CliDevicesTest, CreateCloneRenameAndDeleteRefuseBadRequestsAndReportFailure
                  "the device could not be created: VirtualBox's machine folder could not be "
                  "switched, the appliance import failed, or the new device could not be found",
                  R"({"result": 1})"},
-                {"clone phone phone-2", 1, "the disk became full during the clone"},
+                {"clone phone phone-2", 1,
+                 "the disk became full during the clone: the disk is full (VirtualBox: Could not "
+                 "create the clone medium (VERR_DISK_FULL))"},
                 // VirtualBox accepted every command, yet still lists the device.
                 {"delete phone", 1, "phone could not be deleted (is it running?)"}});
     EXPECT_TRUE(calledWithPrefix(standIn, {"import", appliance, "--vsys", "0", "--vmname", "watch",

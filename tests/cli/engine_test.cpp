@@ -37,7 +37,7 @@ TEST(CliEngineTest, UsageHelpAndDeployFolderNeedNoVirtualBoxAndWithoutItNothingE
 
     // With no answer from VirtualBox the engine cannot start, and nothing more is asked.
     const VmtoolsResult result =
-        expectRuns(host, {{"list --json", 3,
+        expectRuns(host, {{"info --json -v", 3,
                            "VirtualBox did not answer (\"VBoxManage list hostinfo\" failed); is "
                            "VirtualBox installed and VBoxManage on PATH?",
                            R"({"loadState": 1})"}})
@@ -54,7 +54,15 @@ TEST(CliEngineTest, InfoInTextAndJsonWithDebugLinesOnlyWhenVerboseAndAllInTheLog
     scriptEngineStart(standIn);
     VmtoolsHost host;
 
+    // Looking changes nothing: on a host without a usable interface info only says so.
     VmtoolsResult result = host.run({"info", "--json"});
+    ASSERT_EQ(result.exitCode, 0) << result.err.toStdString();
+    expectMembers(result.json(), R"({"ready": false, "hostOnlyInterface": "", "maxCpus": 8})");
+    EXPECT_FALSE(calledWithPrefix(standIn, {"hostonlyif"}));
+    EXPECT_FALSE(calledWithPrefix(standIn, {"dhcpserver"}));
+    ASSERT_EQ(host.run({"repair-network"}).exitCode, 0);
+
+    result = host.run({"info", "--json"});
     ASSERT_EQ(result.exitCode, 0) << result.err.toStdString();
     expectMembers(result.json(), R"({"ok": true, "virtualBoxVersion": "5.2.44r139111",
                                      "maxCpus": 8, "maxMemoryMB": 15923, "ready": true,

@@ -90,7 +90,7 @@ TEST(CliInterruptTest, CtrlCElsewhereLetsTheCallFinishAndRunsNothingMore)
     scriptEngineStart(standIn);
     VmtoolsHost host;
 
-    const auto vmtools = host.start({"list", "--json"});
+    const auto vmtools = host.start({"info", "--json"});
     ASSERT_TRUE(waitForCall(standIn, "list", 20000));
     ::kill(static_cast<pid_t>(vmtools->processId()), SIGINT);
     ASSERT_TRUE(vmtools->waitForFinished(20000));

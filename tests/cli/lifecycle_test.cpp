@@ -45,5 +45,9 @@ TEST(CliLifecycleTest, StartStopCheckWaitIpAndFactoryResetLookAtTheStateFirst)
     EXPECT_EQ(callsWith(standIn, {"controlvm"}),
               QList<QStringList>{(QStringList{"controlvm", "tablet", "poweroff"})});
     // The engine's reasons come first, vmtools's own message last.
-    EXPECT_EQ(results[1].errLines().constLast(), "vmtools: phone could not be started");
+    // The cause in plain words, VirtualBox's own message, and the engine's line.
+    EXPECT_EQ(results[1].errLines().constLast(),
+              "vmtools: phone could not be started: the processor's VT-x is missing or disabled "
+              "(VirtualBox: VT-x is not available (VERR_VMX_NO_VMX); engine: There's a "
+              "compatibility issue with your processor VMX/SVM capabilitiy)");
 }

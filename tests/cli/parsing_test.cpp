@@ -129,8 +129,6 @@ TEST(TextTest, LogLinesKeepTheEngineTextAndFilterOnlyByLevel)
     const QDateTime time(QDate(2026, 1, 2), QTime(3, 4, 5, 67));
     EXPECT_EQ(Logging::fileLine(time, QtCriticalMsg, "[VBox] \"x\"  y "),
               "2026-01-02T03:04:05.067 critical [VBox] \"x\"  y ");
-    EXPECT_FALSE(Logging::showsOnStderr(QtInfoMsg, false));
-    EXPECT_TRUE(Logging::showsOnStderr(QtCriticalMsg, false));
 }
 
 // The texts of the results vmtools meets in the child-process tests are checked there.

@@ -36,7 +36,7 @@ TEST(CliProfileTest, GetSetAndNetworkCheckEveryValueBeforeWritingAny)
           "density takes a positive whole number, not \"high\""},
          {"set phone full-screen on hx", 2, "\"hx\" has no value"},
          {"set phone device-version 3", 2, "device-version cannot be changed"},
-         {"set phone cpus 12", 2, "cpus 12 is more than this host allows (8)"},
+         {"set phone cpus 12", 2, "cpus 12 is outside what VirtualBox and this host allow: 1 to 8"},
          {"set tablet memory 1024", 1, "tablet is running; stop it before changing cpus or memory"},
          {"network phone", 0, "", "Adapter 1:  hostonly\nAdapter 2:  nat\n"},
          {"network phone interfaces --json", 0, "", R"({"interfaces": ["eth0", "wlan0"]})"},
@@ -64,8 +64,10 @@ TEST(CliProfileTest, GetSetAndNetworkCheckEveryValueBeforeWritingAny)
     // setDensity reports nothing itself: the unchanged value tells.
     standIn.clearCalls();
     const VmtoolsResult refused =
-        expectRuns(host, {{"set phone camera on density 480 gyroscope on --json", 1,
-                           "VirtualBox did not take density 480 for phone"}})
+        expectRuns(host,
+                   {{"set phone camera on density 480 gyroscope on --json", 1,
+                     "VirtualBox did not take density 480 for phone; already changed: camera on "
+                     "(VirtualBox: The machine is locked)"}})
             .first();
     EXPECT_EQ(refused.json().value("changed").toObject().keys(), QStringList{"camera"});
     EXPECT_EQ(callsWith(standIn, PropertyWrite).size(), 2); // camera, then the refused density

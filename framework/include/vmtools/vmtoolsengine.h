@@ -27,6 +27,17 @@ public:
     // only when the plug-in produced an engine.
     static VMToolsEngine *loadEngine(LoadStateInfo *info);
 
+    // Whether start-up may replace a host-only interface that is not usable. A host that
+    // only reads (lists devices, shows values) forbids it, so that looking never changes
+    // the network of devices that are running on it.
+    enum class NetworkRepair { Allowed, Forbidden };
+    static VMToolsEngine *loadEngine(LoadStateInfo *info, NetworkRepair repair);
+    // Opens the plug-in and creates its engine without starting it up: no host limits and
+    // no host-only interface, but every device operation that needs neither works.
+    static VMToolsEngine *openEngine();
+    // For an engine's initialize: whether the start-up in progress may repair the network.
+    static bool mayRepairNetwork();
+
     virtual LoadStateInfo initialize() = 0;
     virtual bool shutdown() = 0;
     virtual void dumpInfos(QFile *file) = 0;
