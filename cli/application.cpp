@@ -61,6 +61,11 @@ int loadEngine(CommandContext &context, std::unique_ptr<VMToolsEngine> *engine)
 
 int runCommand(CommandContext &context)
 {
+    if (context.command().check) {
+        const int checked = context.command().check(context);
+        if (checked != ExitCode::Success)
+            return checked;
+    }
     std::unique_ptr<VMToolsEngine> engine;
     if (context.command().engine != EngineUse::None) {
         const int loaded = loadEngine(context, &engine);

@@ -41,4 +41,7 @@ struct Command
     QList<QCommandLineOption> options;
     EngineUse engine = EngineUse::StartUp;
     std::function<int(CommandContext &)> run;
+    // Checks the arguments and the files they name before any engine starts; returns
+    // ExitCode::Success or reports the problem. Optional.
+    std::function<int(CommandContext &)> check;
 };

@@ -1,6 +1,7 @@
 #include "commandcontext.h"
 
 #include "commandline.h"
+#include "console.h"
 #include "diagnostics.h"
 #include "interrupt.h"
 #include "output.h"
@@ -9,6 +10,10 @@
 
 #include <vmtools/vmtoolsengine.h>
 #include <vmtools/vmtoolsmachine.h>
+
+#include <iostream>
+#include <string>
+#include <unistd.h>
 
 CommandContext::CommandContext(const Command &command, const QCommandLineParser &parser,
                                Output &output, Progress &progress, Interruption &interruption)
@@ -129,6 +134,25 @@ bool CommandContext::countOption(const QString &option, unsigned int *value, int
     *exitCode =
         usage(QStringLiteral("--%1 takes a positive whole number, not \"%2\"").arg(option, text));
     return false;
+}
+
+QCommandLineOption CommandContext::yesOption()
+{
+    return {{QStringLiteral("y"), QStringLiteral("yes")},
+            QStringLiteral("Do it without asking, even on a terminal.")};
+}
+
+int CommandContext::confirm(const QString &question)
+{
+    if (m_parser.isSet(QStringLiteral("yes")) || ::isatty(STDIN_FILENO) != 1)
+        return ExitCode::Success;
+    Console::instance().err(question + QStringLiteral(" [y/N] "));
+    std::string answer;
+    std::getline(std::cin, answer);
+    const QString reply = QString::fromStdString(answer).trimmed().toLower();
+    if (reply == QLatin1String("y") || reply == QLatin1String("yes"))
+        return ExitCode::Success;
+    return m_output.fail(QStringLiteral("not confirmed; nothing was changed"), ExitCode::Failure);
 }
 
 bool CommandContext::checkNewName(const QString &name, int *exitCode)

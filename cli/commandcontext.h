@@ -52,6 +52,11 @@ public:
     std::unique_ptr<VMToolsMachine> machine(const QString &name, int *exitCode);
     // A positive whole number from an option; reports a usage error otherwise.
     bool countOption(const QString &option, unsigned int *value, int *exitCode);
+    // Before a destructive command: on a terminal, asks the question unless --yes was
+    // given; never asks when stdin is not a terminal. Success, or a failure when the
+    // person did not answer yes.
+    int confirm(const QString &question);
+    static QCommandLineOption yesOption();
     // A name for a new device; refuses what would make a bad folder name.
     bool checkNewName(const QString &name, int *exitCode);
 

@@ -175,6 +175,37 @@ bool withinLimits(CommandContext &c, unsigned int cpus, unsigned int memory, int
     return false;
 }
 
+int checkCreate(CommandContext &c)
+{
+    int code = ExitCode::Success;
+    unsigned int count = 0;
+    if (!c.checkNewName(c.argument(0), &code) ||
+        !c.countOption(QStringLiteral("cpus"), &count, &code) ||
+        !c.countOption(QStringLiteral("memory"), &count, &code) || !sdCardOption(c, &count, &code))
+        return code;
+    if (!QFileInfo(c.argument(1)).isFile())
+        return c.fail(QStringLiteral("no appliance file at %1").arg(c.argument(1)));
+    return ExitCode::Success;
+}
+
+// A clone or a new name: a usable name of its own.
+int checkSecondName(CommandContext &c)
+{
+    int code = ExitCode::Success;
+    if (!c.checkNewName(c.argument(1), &code))
+        return code;
+    if (c.argument(1) == c.argument(0))
+        return c.usage(c.command().name == QLatin1String("clone")
+                           ? QStringLiteral("the clone needs a name of its own")
+                           : QStringLiteral("the new name is the old one"));
+    return ExitCode::Success;
+}
+
+int checkDelete(CommandContext &c)
+{
+    return c.confirm(QStringLiteral("Delete the device %1 and all its files?").arg(c.argument(0)));
+}
+
 int create(CommandContext &c)
 {
     const QString name = c.argument(0);
@@ -313,7 +344,8 @@ QList<Command> deviceCommands()
                         0,
                         {},
                         EngineUse::Open,
-                        list};
+                        list,
+                        {}};
     Command showCommand{QStringLiteral("show"),
                         QStringLiteral("Show one device's whole profile and state"),
                         QStringLiteral("Shows the device's state, folder, address, factory "
@@ -324,7 +356,8 @@ QList<Command> deviceCommands()
                         1,
                         {},
                         EngineUse::Open,
-                        onNamedDevice(show)};
+                        onNamedDevice(show),
+                        {}};
     Command createCommand{
         QStringLiteral("create"),
         QStringLiteral("Create a device from an appliance (OVA)"),
@@ -340,7 +373,8 @@ QList<Command> deviceCommands()
          {QStringLiteral("sdcard"), QStringLiteral("SD-card size in MB; 0 for none (default 0)."),
           QStringLiteral("MB"), QStringLiteral("0")}},
         EngineUse::StartUp,
-        create};
+        create,
+        {}};
     Command cloneCommand{QStringLiteral("clone"),
                          QStringLiteral("Copy a device under a new name"),
                          QStringLiteral("Makes NEW-NAME a full copy of NAME, with its own disks, "
@@ -352,7 +386,8 @@ QList<Command> deviceCommands()
                            QStringLiteral("Copy the factory backup instead of the current "
                                           "state.")}},
                          EngineUse::Open,
-                         cloneDevice};
+                         cloneDevice,
+                         {}};
     Command renameCommand{QStringLiteral("rename"),
                           QStringLiteral("Rename a device"),
                           QString(),
@@ -361,7 +396,8 @@ QList<Command> deviceCommands()
                           2,
                           {},
                           EngineUse::Open,
-                          renameDevice};
+                          renameDevice,
+                          {}};
     Command deleteCommand{QStringLiteral("delete"),
                           QStringLiteral("Delete a device with its disks and folder"),
                           QString(),
@@ -370,7 +406,13 @@ QList<Command> deviceCommands()
                           1,
                           {},
                           EngineUse::Open,
-                          deleteDevice};
+                          deleteDevice,
+                          {}};
+    createCommand.check = checkCreate;
+    cloneCommand.check = checkSecondName;
+    renameCommand.check = checkSecondName;
+    deleteCommand.check = checkDelete;
+    deleteCommand.options.append(CommandContext::yesOption());
     return {listCommand, showCommand, createCommand, cloneCommand, renameCommand, deleteCommand};
 }
 

@@ -153,7 +153,8 @@ QList<Command> engineCommands()
                         0,
                         {},
                         EngineUse::StartUpToRead,
-                        info};
+                        info,
+                        {}};
     Command repair{QStringLiteral("repair-network"),
                    QStringLiteral("Check the host-only network and rebuild it when broken"),
                    QStringLiteral("Checks that the remembered host-only interface is listed, up, "
@@ -164,7 +165,8 @@ QList<Command> engineCommands()
                    0,
                    {},
                    EngineUse::StartUp,
-                   repairNetwork};
+                   repairNetwork,
+                   {}};
     Command deploy{QStringLiteral("deploy-dir"),
                    QStringLiteral("Show or change the folder where new devices are kept"),
                    QStringLiteral("Without DIR, prints the folder where devices are created and "
@@ -175,7 +177,8 @@ QList<Command> engineCommands()
                    1,
                    {},
                    EngineUse::None,
-                   deployDir};
+                   deployDir,
+                   {}};
     Command dumpCommand{QStringLiteral("dump"),
                         QStringLiteral("Write the diagnostic dump of the engine and every "
                                        "device to FILE"),
@@ -187,7 +190,8 @@ QList<Command> engineCommands()
                         1,
                         {},
                         EngineUse::Open,
-                        dump};
+                        dump,
+                        {}};
     return {infoCommand, repair, deploy, dumpCommand};
 }
 

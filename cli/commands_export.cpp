@@ -59,15 +59,48 @@ bool exportWithObserver(CommandContext &c, VMToolsMachine *machine, const QStrin
     return exported;
 }
 
+int checkExport(CommandContext &c)
+{
+    if (c.argument(1).trimmed().isEmpty())
+        return c.usage(
+            QStringLiteral("the export needs a file name, such as %1.ova").arg(c.argument(0)));
+    int code = ExitCode::Success;
+    freeTarget(c, QFileInfo(QFileInfo(c.argument(1)).absoluteFilePath()), &code);
+    return code;
+}
+
+int checkCopy(CommandContext &c)
+{
+    const QFileInfo source(QFileInfo(c.argument(0)).absoluteFilePath());
+    const QFileInfo target(QFileInfo(c.argument(1)).absoluteFilePath());
+    int code = ExitCode::Success;
+    if (!source.isFile())
+        return c.fail(QStringLiteral("no disk image at %1").arg(source.filePath()));
+    if (!isDiskImage(source))
+        return notADiskImage(c, source);
+    if (!isDiskImage(target))
+        return notADiskImage(c, target);
+    freeTarget(c, target, &code);
+    return code;
+}
+
+int checkDelete(CommandContext &c)
+{
+    const QFileInfo disk(QFileInfo(c.argument(0)).absoluteFilePath());
+    if (disk.exists() && !disk.isFile())
+        return c.fail(QStringLiteral("%1 is not a disk image file").arg(disk.filePath()));
+    if (disk.exists() && !isDiskImage(disk))
+        return notADiskImage(c, disk);
+    if (!disk.exists())
+        return ExitCode::Success;
+    return c.confirm(QStringLiteral("Delete the disk image %1?").arg(disk.filePath()));
+}
+
 int exportDevice(CommandContext &c)
 {
     const QString name = c.argument(0);
-    if (c.argument(1).trimmed().isEmpty())
-        return c.usage(QStringLiteral("the export needs a file name, such as %1.ova").arg(name));
     const QFileInfo target(QFileInfo(c.argument(1)).absoluteFilePath());
     int code = ExitCode::Success;
-    if (!freeTarget(c, target, &code))
-        return code;
     const auto machine = c.machine(name, &code);
     if (!machine)
         return code;
@@ -106,15 +139,6 @@ int copyDisk(CommandContext &c)
 {
     const QFileInfo source(QFileInfo(c.argument(0)).absoluteFilePath());
     const QFileInfo target(QFileInfo(c.argument(1)).absoluteFilePath());
-    int code = ExitCode::Success;
-    if (!source.isFile())
-        return c.fail(QStringLiteral("no disk image at %1").arg(source.filePath()));
-    if (!isDiskImage(source))
-        return notADiskImage(c, source);
-    if (!isDiskImage(target))
-        return notADiskImage(c, target);
-    if (!freeTarget(c, target, &code))
-        return code;
     if (!c.step(QStringLiteral("Copying %1").arg(source.fileName())))
         return c.interrupted();
     const unsigned int result = c.engine()->copyDisk(source.filePath(), target.filePath());
@@ -134,10 +158,6 @@ int deleteDisk(CommandContext &c)
         return c.out().done(
             {{QStringLiteral("file"), disk.filePath()}, {QStringLiteral("deleted"), false}},
             QStringLiteral("No disk image at %1; nothing to delete.").arg(disk.filePath()));
-    if (!disk.isFile())
-        return c.fail(QStringLiteral("%1 is not a disk image file").arg(disk.filePath()));
-    if (!isDiskImage(disk))
-        return notADiskImage(c, disk);
     if (!c.step(QStringLiteral("Deleting %1").arg(disk.fileName())))
         return c.interrupted();
     const unsigned int result = c.engine()->deleteDisk(disk.filePath());
@@ -165,7 +185,8 @@ QList<Command> mediaCommands()
                           2,
                           {},
                           EngineUse::Open,
-                          exportDevice};
+                          exportDevice,
+                          {}};
     Command copyCommand{QStringLiteral("copy-disk"),
                         QStringLiteral("Copy a disk image"),
                         QStringLiteral("Copies the disk image SOURCE to TARGET, which must not "
@@ -175,7 +196,8 @@ QList<Command> mediaCommands()
                         2,
                         {},
                         EngineUse::Open,
-                        copyDisk};
+                        copyDisk,
+                        {}};
     Command deleteCommand{QStringLiteral("delete-disk"),
                           QStringLiteral("Unregister and delete a disk image"),
                           QStringLiteral("Makes VirtualBox forget the disk image at PATH and "
@@ -185,7 +207,12 @@ QList<Command> mediaCommands()
                           1,
                           {},
                           EngineUse::Open,
-                          deleteDisk};
+                          deleteDisk,
+                          {}};
+    exportCommand.check = checkExport;
+    copyCommand.check = checkCopy;
+    deleteCommand.check = checkDelete;
+    deleteCommand.options.append(CommandContext::yesOption());
     return {exportCommand, copyCommand, deleteCommand};
 }
 

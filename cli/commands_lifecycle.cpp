@@ -63,6 +63,14 @@ int waitForAddress(CommandContext &c, VMToolsMachine &machine, unsigned int seco
     return c.out().done(json, serial);
 }
 
+int checkTimeout(CommandContext &c)
+{
+    unsigned int seconds = 0;
+    int code = ExitCode::Success;
+    timeoutOption(c, &seconds, &code);
+    return code;
+}
+
 int start(CommandContext &c, VMToolsMachine &machine)
 {
     const QString name = machine.getName();
@@ -198,7 +206,8 @@ QList<Command> lifecycleCommands()
          {WaitOption, QStringLiteral("Wait for the device's address; print its ADB serial.")},
          timeout},
         EngineUse::StartUp,
-        onNamedDevice(start)};
+        onNamedDevice(start),
+        {}};
     Command stopCommand{QStringLiteral("stop"),
                         QStringLiteral("Power a device off"),
                         QString(),
@@ -207,7 +216,8 @@ QList<Command> lifecycleCommands()
                         1,
                         {},
                         EngineUse::Open,
-                        onNamedDevice(stop)};
+                        onNamedDevice(stop),
+                        {}};
     Command checkCommand{QStringLiteral("check"),
                          QStringLiteral("Start a device headless and stop it, to prove it runs"),
                          QString(),
@@ -216,7 +226,8 @@ QList<Command> lifecycleCommands()
                          1,
                          {},
                          EngineUse::StartUpToRead,
-                         onNamedDevice(check)};
+                         onNamedDevice(check),
+                         {}};
     Command waitCommand{QStringLiteral("wait-ip"),
                         QStringLiteral("Wait for a running device's address; print its ADB "
                                        "serial"),
@@ -228,7 +239,8 @@ QList<Command> lifecycleCommands()
                         1,
                         {timeout},
                         EngineUse::Open,
-                        onNamedDevice(waitIp)};
+                        onNamedDevice(waitIp),
+                        {}};
     Command backupCommand{QStringLiteral("factory-backup"),
                           QStringLiteral("Take the snapshot that a factory reset returns to"),
                           QString(),
@@ -237,7 +249,8 @@ QList<Command> lifecycleCommands()
                           1,
                           {},
                           EngineUse::Open,
-                          onNamedDevice(factoryBackup)};
+                          onNamedDevice(factoryBackup),
+                          {}};
     Command resetCommand{QStringLiteral("factory-reset"),
                          QStringLiteral("Return a device to its factory backup"),
                          QString(),
@@ -246,7 +259,16 @@ QList<Command> lifecycleCommands()
                          1,
                          {},
                          EngineUse::Open,
-                         onNamedDevice(factoryReset)};
+                         onNamedDevice(factoryReset),
+                         {}};
+    startCommand.check = checkTimeout;
+    waitCommand.check = checkTimeout;
+    resetCommand.check = [](CommandContext &c) {
+        return c.confirm(QStringLiteral("Return %1 to its factory backup? Everything since is "
+                                        "lost.")
+                             .arg(c.argument(0)));
+    };
+    resetCommand.options.append(CommandContext::yesOption());
     return {startCommand, stopCommand, checkCommand, waitCommand, backupCommand, resetCommand};
 }
 

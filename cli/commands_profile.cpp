@@ -118,6 +118,14 @@ bool needsStopped(const QList<Change> &changes)
     return false;
 }
 
+int checkSet(CommandContext &c)
+{
+    QList<Change> changes;
+    int code = ExitCode::Success;
+    parseChanges(c, &changes, &code);
+    return code;
+}
+
 int set(CommandContext &c)
 {
     QList<Change> changes;
@@ -276,7 +284,8 @@ QList<Command> profileCommands()
                        -1,
                        {},
                        EngineUse::Open,
-                       get};
+                       get,
+                       {}};
     Command setCommand{QStringLiteral("set"),
                        QStringLiteral("Change profile values of a device"),
                        QStringLiteral("Changes one or more profile values, given as pairs, for "
@@ -290,7 +299,8 @@ QList<Command> profileCommands()
                        -1,
                        {},
                        EngineUse::StartUpToRead,
-                       set};
+                       set,
+                       {}};
     Command networkCommand{
         QStringLiteral("network"),
         QStringLiteral("Show or change a device's outward network"),
@@ -303,7 +313,9 @@ QList<Command> profileCommands()
         3,
         {},
         EngineUse::Open,
-        network};
+        network,
+        {}};
+    setCommand.check = checkSet;
     return {getCommand, setCommand, networkCommand};
 }
 

@@ -17,14 +17,28 @@ TEST(CliEngineTest, UsageHelpAndDeployFolderNeedNoVirtualBoxAndWithoutItNothingE
     VmtoolsHost host;
     const QString folder = host.scratch("devices");
     const QList<VmtoolsResult> results = expectRuns(
-        host, {{{}, 2, "no command given\nsee 'vmtools --help'", ""},
-               {"launch phone --json", 2, "unknown command \"launch\"",
-                R"({"ok": false, "exitCode": 2})"},
-               {"export phone", 2, "missing arguments: NAME FILE\nsee 'vmtools export --help'"},
-               {"deploy-dir " + folder, 0, "", "New devices will be kept in " + folder + "\n"},
-               {"deploy-dir --json", 0, "", R"({"deployDirectory": ")" + folder + "\"}"},
-               {"create --help", 0},
-               {"--help", 0}});
+        host,
+        {{{}, 2, "no command given\nsee 'vmtools --help'", ""},
+         {"launch phone --json", 2, "unknown command \"launch\"",
+          R"({"ok": false, "exitCode": 2})"},
+         {"export phone", 2, "missing arguments: NAME FILE\nsee 'vmtools export --help'"},
+         {"deploy-dir " + folder, 0, "", "New devices will be kept in " + folder + "\n"},
+         {"deploy-dir --json", 0, "", R"({"deployDirectory": ")" + folder + "\"}"},
+         {"create --help", 0},
+         {"--help", 0},
+         // Every value and file is checked before any engine starts.
+         {"set phone density -3", 2, "density takes a positive whole number, not \"-3\""},
+         {"set phone density 300 memory", 2, "\"memory\" has no value"},
+         {{"export", "phone", ""}, 2, "the export needs a file name, such as phone.ova"},
+         {"delete-disk " + host.scratchFile("notes.txt", "mine"), 2,
+          host.scratch("notes.txt") + " is not a disk image (.vdi, .vmdk, .vhd, .vhdx, "
+                                      ".hdd, .qcow, .qcow2 or .qed)"},
+         {"create phone " + host.scratch("none.ova"), 1,
+          "no appliance file at " + host.scratch("none.ova")},
+         {"clone phone phone", 2, "the clone needs a name of its own"},
+         {"wait-ip phone --timeout 0", 2, "--timeout takes a positive whole number, not \"0\""},
+         {"list -v -q", 2, "-v and -q cannot be used together"}});
+    EXPECT_TRUE(QFileInfo::exists(host.scratch("notes.txt")));
     EXPECT_TRUE(QFileInfo(folder).isDir());
     const QString &createHelp = results[5].out;
     EXPECT_TRUE(createHelp.startsWith("Usage: vmtools create [options] NAME APPLIANCE\n"))
