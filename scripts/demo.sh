@@ -68,7 +68,7 @@ cleanup() {
         # Leave nothing of the demo's own devices behind in the real VirtualBox.
         for device in "$phone" "$tablet" "$tablet-2"; do
             "$vmtools" stop "$device" >/dev/null 2>&1 || true
-            "$vmtools" delete "$device" >/dev/null 2>&1 || true
+            "$vmtools" delete --yes "$device" >/dev/null 2>&1 || true
         done
     fi
     if [[ -e $work/quillomate.ini.saved ]]; then
@@ -131,7 +131,7 @@ run check "$phone"
 say "Clone from the factory backup, rename, reset"
 run clone "$phone" "$tablet" --from-factory
 run rename "$tablet" "$tablet-2"
-run factory-reset "$phone"
+run factory-reset --yes "$phone"
 run list
 
 say "Export, and an export cancelled with Ctrl-C"
@@ -162,13 +162,13 @@ fi
 say "Disk images"
 deploy=$("$vmtools" deploy-dir)
 run copy-disk "${deploy%/}/$phone/android_data_disk.vmdk" "$work/data-copy.vmdk"
-run delete-disk "$work/data-copy.vmdk"
+run delete-disk --yes "$work/data-copy.vmdk"
 
 say "Diagnostics"
 run dump "$work/dump.txt"
 head -n 3 "$work/dump.txt"
 
 say "The end of their lives"
-run delete "$tablet-2"
-run delete "$phone"
+run delete --yes "$tablet-2"
+run delete --yes "$phone"
 run list
