@@ -373,10 +373,10 @@ QList<Command> deviceCommands()
     const QString name = QStringLiteral("NAME");
     Command listCommand{QStringLiteral("list"),
                         QStringLiteral("List the devices"),
-                        QStringLiteral("Lists this host's Android devices by name with their "
-                                       "state, address, CPUs, memory,\nAndroid version and "
-                                       "screen size; \"-\" marks what VirtualBox could not "
-                                       "tell."),
+                        QStringLiteral("Lists this host's Android devices, sorted by name, "
+                                       "with their state, address,\nCPUs, memory, Android "
+                                       "version and screen size; \"-\" marks what VirtualBox "
+                                       "could\nnot tell."),
                         QString(),
                         0,
                         0,

@@ -46,8 +46,9 @@ int distance(const QString &a, const QString &b)
     return at(rows - 1, columns - 1);
 }
 
-QStringList similar(const QString &typed, const QStringList &known)
+QStringList similar(const QString &word, const QStringList &known)
 {
+    const QString typed = word.toLower(); // commands are lower case; caps lock is a typo too
     if (typed.isEmpty())
         return {};
     // A word no longer than the edits allowed would be "close" to every short word.
