@@ -26,7 +26,7 @@ _vmtools()
     local commands="info repair-network deploy-dir dump list show create clone rename delete
         start stop check wait-ip factory-backup factory-reset get set network export copy-disk
         delete-disk help"
-    local globals="--json -v --verbose --log-file -h --help --version"
+    local globals="--json -v --verbose -q --quiet --log-file -h --help --version"
     local keys="resolution density full-screen navigation-bar virtual-keyboard camera gyroscope
         hx full-hx cpus memory device-id product-name product-model product-manufacturer
         product-brand product-board product-device build-display-id serial build-type
@@ -40,7 +40,7 @@ _vmtools()
         COMPREPLY=($(compgen -f -- "$cur"))
         return
         ;;
-    --cpus | --memory | --sdcard)
+    --cpus | --memory | --sdcard | --timeout)
         return
         ;;
     esac
@@ -50,7 +50,7 @@ _vmtools()
     for ((i = 1; i < COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
         case $word in
-        --log-file | --cpus | --memory | --sdcard) ((i++)) ;;
+        --log-file | --cpus | --memory | --sdcard | --timeout) ((i++)) ;;
         -*) ;;
         *)
             if [[ -z $command ]]; then
@@ -76,7 +76,9 @@ _vmtools()
     list) options="--no-headers" ;;
     create) options="--cpus --memory --sdcard" ;;
     clone) options="--from-factory" ;;
-    start) options="--gui" ;;
+    start) options="--gui --wait --timeout" ;;
+    wait-ip) options="--timeout" ;;
+    delete | factory-reset | delete-disk) options="-y --yes" ;;
     esac
     if [[ $cur == -* ]]; then
         _vmtools_words "$options $globals"

@@ -56,9 +56,12 @@ expect "list" l
 expect "start|stop" st
 expect "delete|delete-disk" dele
 expect "show" --log-file vmtools.log sh
-expect "--help|--json|--log-file|--verbose|--version|-h|-v" -
+expect "--help|--json|--log-file|--quiet|--verbose|--version|-h|-q|-v" -
 expect "--json" --js
 expect "--gui" start --g
+expect "--timeout" start --wait --t
+expect "phone" start --timeout 30 ph
+expect "--yes" delete --y
 expect "--no-headers" list --no
 expect "--cpus" create --c
 expect "Pixel 2|phone" show ""
