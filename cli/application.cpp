@@ -9,12 +9,14 @@
 #include "output.h"
 #include "progress.h"
 #include "resultwords.h"
+#include "suggestions.h"
+#include "versionreport.h"
 #include "worker.h"
 
-#include <vmtools/version.h>
 #include <vmtools/vmtoolsengine.h>
 
 #include <QCoreApplication>
+#include <QJsonArray>
 #include <QJsonObject>
 
 #include <memory>
@@ -88,10 +90,24 @@ int runCommand(CommandContext &context)
 int usageError(const ParsedCommandLine &parsed)
 {
     Output output(parsed.json);
+    if (!parsed.suggestions.isEmpty()) {
+        const int code = output.fail(
+            parsed.error, ExitCode::Usage,
+            {{QStringLiteral("suggestions"), QJsonArray::fromStringList(parsed.suggestions)}});
+        output.note(Suggestions::question(parsed.suggestions));
+        return code;
+    }
     const int code = output.fail(parsed.error, ExitCode::Usage);
     output.note(parsed.command ? QStringLiteral("see 'vmtools %1 --help'").arg(parsed.command->name)
                                : QStringLiteral("see 'vmtools --help'"));
     return code;
+}
+
+int version(const ParsedCommandLine &parsed)
+{
+    const QString plugins = QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/");
+    const VersionReport::Versions versions = VersionReport::read(plugins);
+    return Output(parsed.json).done(VersionReport::json(versions), VersionReport::text(versions));
 }
 
 } // namespace
@@ -104,9 +120,7 @@ int Application::run(const QStringList &arguments)
         Console::instance().out(CommandLine::overview());
         return ExitCode::Success;
     case ParsedCommandLine::Action::Version:
-        Console::instance().out(
-            QStringLiteral("vmtools %1\n").arg(QStringLiteral(VMTOOLS_VERSION_STRING)));
-        return ExitCode::Success;
+        return version(parsed);
     case ParsedCommandLine::Action::CommandHelp:
         Console::instance().out(CommandLine::commandHelp(*parsed.command));
         return ExitCode::Success;

@@ -1,6 +1,7 @@
 #include "commandline.h"
 
 #include "commands.h"
+#include "suggestions.h"
 
 namespace {
 
@@ -12,6 +13,7 @@ const QString QuietOption = QStringLiteral("quiet");
 const QString LogFileOption = QStringLiteral("log-file");
 const QString HelpOption = QStringLiteral("help");
 const QString VersionOption = QStringLiteral("version");
+const QString HelpCommand = QStringLiteral("help");
 
 QList<QCommandLineOption> globalOptions()
 {
@@ -61,7 +63,7 @@ ParsedCommandLine withoutCommand(const QStringList &arguments)
     ParsedCommandLine parsed;
     QCommandLineParser parser;
     parser.addOptions(globalOptions());
-    parser.addOption({VersionOption, QStringLiteral("Show the version.")});
+    parser.addOption({VersionOption, QStringLiteral("Show the versions.")});
     if (!parser.parse(arguments)) {
         parsed.error = parser.errorText();
         return parsed;
@@ -75,6 +77,37 @@ ParsedCommandLine withoutCommand(const QStringList &arguments)
         parsed.action = ParsedCommandLine::Action::Overview;
     else
         parsed.error = QStringLiteral("no command given");
+    return parsed;
+}
+
+// Looks a command word up; a word that is none says so, with the commands it may have meant.
+const Command *findCommand(const QString &word, ParsedCommandLine *parsed)
+{
+    const Command *command = Commands::find(word);
+    if (command)
+        return command;
+    QStringList known{HelpCommand};
+    for (const Command &each : Commands::all())
+        known.append(each.name);
+    parsed->error = QStringLiteral("unknown command '%1'").arg(word);
+    parsed->suggestions = Suggestions::similar(word, known);
+    return nullptr;
+}
+
+// "vmtools help [COMMAND]", as git and docker take it: the overview or the command's help.
+ParsedCommandLine helpCommand(const QStringList &arguments, int index)
+{
+    ParsedCommandLine parsed;
+    parsed.json = arguments.contains(QStringLiteral("--json"));
+    const QStringList rest = arguments.mid(index); // "help" stands where the program did
+    const int topic = commandWordIndex(rest);
+    if (topic < 0 || rest.at(topic) == HelpCommand) {
+        parsed.action = ParsedCommandLine::Action::Overview;
+        return parsed;
+    }
+    parsed.command = findCommand(rest.at(topic), &parsed);
+    if (parsed.command)
+        parsed.action = ParsedCommandLine::Action::CommandHelp;
     return parsed;
 }
 
@@ -102,14 +135,14 @@ ParsedCommandLine parse(const QStringList &arguments)
     if (index < 0)
         return withoutCommand(arguments);
 
+    if (arguments.at(index) == HelpCommand)
+        return helpCommand(arguments, index);
     ParsedCommandLine parsed;
     // Known before the options are, so that even a bad command line answers in JSON.
     parsed.json = arguments.contains(QStringLiteral("--json"));
-    parsed.command = Commands::find(arguments.at(index));
-    if (!parsed.command) {
-        parsed.error = QStringLiteral("unknown command \"%1\"").arg(arguments.at(index));
+    parsed.command = findCommand(arguments.at(index), &parsed);
+    if (!parsed.command)
         return parsed;
-    }
     QStringList rest = arguments;
     rest.removeAt(index);
     for (QString &argument : rest) {
@@ -167,8 +200,10 @@ QString overview()
         text += QStringLiteral("  ") + names.leftJustified(18) + option.description() +
                 QLatin1Char('\n');
     }
-    text += QStringLiteral("  --version         Show the version.\n\n"
-                           "Run 'vmtools COMMAND --help' for a command's options.\n"
+    text += QStringLiteral("  --version         Show the versions of vmtools, the plug-in and "
+                           "VirtualBox.\n\n"
+                           "Run 'vmtools help COMMAND' or 'vmtools COMMAND --help' for a "
+                           "command's options.\n"
                            "Exit status: 0 success, 1 failure, 2 bad command line, 3 VirtualBox "
                            "engine unavailable,\n130 interrupted.\n");
     return text;

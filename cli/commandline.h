@@ -21,6 +21,7 @@ struct ParsedCommandLine
     bool quiet = false;
     QString logFile;
     QString error;                              // for UsageError
+    QStringList suggestions;                    // known commands close to a mistyped one
     std::unique_ptr<QCommandLineParser> parser; // the command's, once parsed
 };
 

@@ -4,6 +4,7 @@
 #include "diagnostics.h"
 #include "guestlimits.h"
 #include "interrupt.h"
+#include "jsonvalues.h"
 #include "output.h"
 #include "profilekeys.h"
 #include "resultwords.h"
@@ -15,15 +16,61 @@
 #include <QFileInfo>
 #include <QJsonArray>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
 
 const QString UnknownAddress = QStringLiteral("0.0.0.0");
+const QString NoHeadersOption = QStringLiteral("no-headers");
 
-QString resolutionText(const QSize &size)
+QJsonObject listedDevice(VMToolsMachine &machine)
 {
-    return QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
+    const VMToolsMachine::State state = machine.getOnLoadStatus();
+    // Only a running device can have published an address.
+    const QString address = state == VMToolsMachine::On ? machine.getIPAddress() : UnknownAddress;
+    const ProfileKey &resolution = *ProfileKeys::find(QStringLiteral("resolution"));
+    return {
+        {QStringLiteral("name"), machine.getName()},
+        {QStringLiteral("uuid"), machine.getUuid()},
+        {QStringLiteral("state"), JsonValues::state(state)},
+        {QStringLiteral("ipAddress"), JsonValues::address(address)},
+        {QStringLiteral("cpus"), JsonValues::count(machine.getCPUCount())},
+        {QStringLiteral("memory"), JsonValues::count(machine.getRAM())},
+        {QStringLiteral("androidVersion"), JsonValues::text(machine.getAndroidVersion())},
+        {QStringLiteral("resolution"),
+         ProfileKeys::jsonValue(resolution, resolution.read(machine))},
+    };
+}
+
+// A table cell: "-" for what could not be read, never a made-up value.
+QString cell(const QJsonValue &value, const QString &unit = QString())
+{
+    if (value.isNull())
+        return QStringLiteral("-");
+    return (value.isDouble() ? QString::number(value.toInt()) : value.toString()) + unit;
+}
+
+QStringList listedRow(const QJsonObject &device)
+{
+    QStringList row{device.value(QStringLiteral("name")).toString()};
+    for (const char *key : {"state", "ipAddress", "cpus"})
+        row.append(cell(device.value(QLatin1String(key))));
+    row.append(cell(device.value(QStringLiteral("memory")), QStringLiteral(" MB")));
+    for (const char *key : {"androidVersion", "resolution"})
+        row.append(cell(device.value(QLatin1String(key))));
+    return row;
+}
+
+QString listText(const QList<QStringList> &rows, bool headers)
+{
+    if (rows.isEmpty())
+        return headers ? QStringLiteral("No devices.") : QString();
+    return TextFormat::table({QStringLiteral("NAME"), QStringLiteral("STATE"),
+                              QStringLiteral("ADDRESS"), QStringLiteral("CPUS"),
+                              QStringLiteral("MEMORY"), QStringLiteral("ANDROID"),
+                              QStringLiteral("RESOLUTION")},
+                             rows, headers);
 }
 
 int list(CommandContext &c)
@@ -38,32 +85,19 @@ int list(CommandContext &c)
     if (machines.empty() && !Diagnostics::virtualBoxError().isEmpty())
         return c.fail(QStringLiteral("the devices could not be listed"));
 
+    // By name as people read it; VirtualBox lists in the order the machines were made.
+    std::stable_sort(machines.begin(), machines.end(), [](const auto &a, const auto &b) {
+        return QString::compare(a->getName(), b->getName(), Qt::CaseInsensitive) < 0;
+    });
     QJsonArray devices;
     QList<QStringList> rows;
     for (const auto &machine : machines) {
-        const QString state = ResultWords::state(machine->getOnLoadStatus());
-        const QString resolution = resolutionText(machine->getResolution());
-        devices.append(QJsonObject{
-            {QStringLiteral("name"), machine->getName()},
-            {QStringLiteral("uuid"), machine->getUuid()},
-            {QStringLiteral("state"), state},
-            {QStringLiteral("cpus"), static_cast<double>(machine->getCPUCount())},
-            {QStringLiteral("memory"), static_cast<double>(machine->getRAM())},
-            {QStringLiteral("android-version"), machine->getAndroidVersion()},
-            {QStringLiteral("resolution"), resolution},
-        });
-        rows.append({machine->getName(), state, QString::number(machine->getCPUCount()),
-                     QStringLiteral("%1 MB").arg(machine->getRAM()), machine->getAndroidVersion(),
-                     resolution});
+        const QJsonObject device = listedDevice(*machine);
+        devices.append(device);
+        rows.append(listedRow(device));
     }
-    const QString text =
-        rows.isEmpty()
-            ? QStringLiteral("No devices.")
-            : TextFormat::table({QStringLiteral("NAME"), QStringLiteral("STATE"),
-                                 QStringLiteral("CPUS"), QStringLiteral("MEMORY"),
-                                 QStringLiteral("ANDROID"), QStringLiteral("RESOLUTION")},
-                                rows);
-    return c.out().done({{QStringLiteral("devices"), devices}}, text);
+    return c.out().done({{QStringLiteral("devices"), devices}},
+                        listText(rows, !c.options().isSet(NoHeadersOption)));
 }
 
 QJsonObject profileJson(VMToolsMachine &machine, TextFormat::Fields *fields)
@@ -71,7 +105,7 @@ QJsonObject profileJson(VMToolsMachine &machine, TextFormat::Fields *fields)
     QJsonObject profile;
     for (const ProfileKey &key : ProfileKeys::all()) {
         const QVariant value = key.read(machine);
-        profile.insert(key.name, ProfileKeys::jsonValue(key, value));
+        profile.insert(ProfileKeys::jsonName(key), ProfileKeys::jsonValue(key, value));
         fields->append({key.name, ProfileKeys::displayText(key, value)});
     }
     return profile;
@@ -81,12 +115,13 @@ int show(CommandContext &c, VMToolsMachine &machine)
 {
     if (!c.step(QStringLiteral("Reading %1").arg(machine.getName())))
         return c.interrupted();
-    const QString state = ResultWords::state(machine.getStatus());
+    const VMToolsMachine::State status = machine.getStatus();
+    const QString state = ResultWords::state(status);
     const QString folder = machine.getPath();
     const QString address = machine.getIPAddress();
     const QString serial = address == UnknownAddress ? QString() : machine.getAdbSerial();
     const bool factoryBackup = machine.canResetToFactory();
-    const QString adapter1 = VMToolsMachine::getAdapterTypeString(machine.getAdapterType(1));
+    const VMToolsMachine::AdapterType adapter1Type = machine.getAdapterType(1);
     const VMToolsMachine::ConnectionInfo connection = machine.getConnectionInfo();
     const QString sdCard = machine.getDiskUuid(SecondaryPort, MasterDevice);
     c.stepDone();
@@ -101,7 +136,7 @@ int show(CommandContext &c, VMToolsMachine &machine)
          address == UnknownAddress ? QStringLiteral("(unknown)") : address},
         {QStringLiteral("ADB serial"), serial.isEmpty() ? QStringLiteral("(unknown)") : serial},
         {QStringLiteral("Factory backup"), TextFormat::yesNo(factoryBackup)},
-        {QStringLiteral("Adapter 1"), adapter1},
+        {QStringLiteral("Adapter 1"), ResultWords::adapter(adapter1Type)},
         {QStringLiteral("Adapter 2"), connection.name().isEmpty()
                                           ? network
                                           : network + QStringLiteral(" to ") + connection.name()},
@@ -112,15 +147,16 @@ int show(CommandContext &c, VMToolsMachine &machine)
     const QJsonObject json{
         {QStringLiteral("name"), machine.getName()},
         {QStringLiteral("uuid"), machine.getUuid()},
-        {QStringLiteral("state"), state},
-        {QStringLiteral("folder"), folder},
-        {QStringLiteral("ipAddress"), address},
-        {QStringLiteral("adbSerial"), serial},
+        {QStringLiteral("state"), JsonValues::state(status)},
+        {QStringLiteral("folder"), JsonValues::text(folder)},
+        {QStringLiteral("ipAddress"), JsonValues::address(address)},
+        {QStringLiteral("adbSerial"), JsonValues::text(serial)},
         {QStringLiteral("factoryBackup"), factoryBackup},
-        {QStringLiteral("adapter1"), adapter1},
-        {QStringLiteral("adapter2"), QJsonObject{{QStringLiteral("type"), network},
-                                                 {QStringLiteral("interface"), connection.name()}}},
-        {QStringLiteral("sdCardDisk"), sdCard},
+        {QStringLiteral("adapter1"), JsonValues::adapter(adapter1Type)},
+        {QStringLiteral("adapter2"),
+         QJsonObject{{QStringLiteral("type"), JsonValues::connection(connection.type())},
+                     {QStringLiteral("interface"), JsonValues::text(connection.name())}}},
+        {QStringLiteral("sdCardDisk"), JsonValues::text(sdCard)},
         {QStringLiteral("profile"), profile},
     };
     return c.out().done(json, TextFormat::fields(fields) + QStringLiteral("\nProfile:\n") +
@@ -337,12 +373,15 @@ QList<Command> deviceCommands()
     const QString name = QStringLiteral("NAME");
     Command listCommand{QStringLiteral("list"),
                         QStringLiteral("List the devices"),
-                        QStringLiteral("Lists this host's Android devices with their state, "
-                                       "CPUs, memory, Android version and\nscreen size."),
+                        QStringLiteral("Lists this host's Android devices, sorted by name, "
+                                       "with their state, address,\nCPUs, memory, Android "
+                                       "version and screen size; \"-\" marks what VirtualBox "
+                                       "could\nnot tell."),
                         QString(),
                         0,
                         0,
-                        {},
+                        {{NoHeadersOption, QStringLiteral("Leave out the header line, for "
+                                                          "scripts.")}},
                         EngineUse::Open,
                         list,
                         {}};

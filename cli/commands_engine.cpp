@@ -1,5 +1,6 @@
 #include "commandcontext.h"
 #include "commands.h"
+#include "jsonvalues.h"
 #include "output.h"
 
 #include <vmtools/paths.h>
@@ -32,17 +33,19 @@ int info(CommandContext &c)
     const QString version = engine->version();
     c.stepDone();
     const bool virtualization = engine->isCPUVirtualizationAvailable();
+    // The engine says "unknown" for a version that VirtualBox did not give.
     const QJsonObject json{
-        {QStringLiteral("virtualBoxVersion"), version},
-        {QStringLiteral("processorVendor"), engine->getChipset()},
+        {QStringLiteral("virtualBoxVersion"),
+         JsonValues::text(version == QLatin1String("unknown") ? QString() : version)},
+        {QStringLiteral("processorVendor"), JsonValues::text(engine->getChipset())},
         {QStringLiteral("hardwareVirtualization"), virtualization},
-        {QStringLiteral("maxCpus"), static_cast<double>(engine->getMaxCpuCount())},
-        {QStringLiteral("maxMemoryMB"), static_cast<double>(engine->getMaxMemory())},
-        {QStringLiteral("hostOnlyInterface"), engine->getAdapterName()},
+        {QStringLiteral("maxCpus"), JsonValues::count(engine->getMaxCpuCount())},
+        {QStringLiteral("maxMemory"), JsonValues::count(engine->getMaxMemory())},
+        {QStringLiteral("hostOnlyInterface"), JsonValues::text(engine->getAdapterName())},
         {QStringLiteral("ready"), engine->isSystemReady()},
         {QStringLiteral("deployDirectory"), deployDirectory()},
         {QStringLiteral("loadState"), c.loadState().state},
-        {QStringLiteral("loadMessage"), c.loadState().message},
+        {QStringLiteral("loadMessage"), JsonValues::text(c.loadState().message)},
     };
     const QString adapter = engine->getAdapterName();
     return c.out().done(

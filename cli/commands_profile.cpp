@@ -1,6 +1,7 @@
 #include "commandcontext.h"
 #include "commands.h"
 #include "guestlimits.h"
+#include "jsonvalues.h"
 #include "output.h"
 #include "profilekeys.h"
 #include "resultwords.h"
@@ -48,7 +49,7 @@ int get(CommandContext &c)
     TextFormat::Fields fields;
     for (const ProfileKey *key : keys) {
         const QVariant value = key->read(*machine);
-        values.insert(key->name, ProfileKeys::jsonValue(*key, value));
+        values.insert(ProfileKeys::jsonName(*key), ProfileKeys::jsonValue(*key, value));
         fields.append({key->name, ProfileKeys::displayText(*key, value)});
     }
     // One value alone is printed bare, for $(vmtools get phone density).
@@ -158,7 +159,8 @@ int set(CommandContext &c)
             return c.fail(message, {{QStringLiteral("changed"), changed}});
         }
         applied << change.key->name + QLatin1Char(' ') + shown;
-        changed.insert(change.key->name, ProfileKeys::jsonValue(*change.key, change.value));
+        changed.insert(ProfileKeys::jsonName(*change.key),
+                       ProfileKeys::jsonValue(*change.key, change.value));
         text += QStringLiteral("%1 set to %2\n").arg(change.key->name, shown);
     }
     c.stepDone();
@@ -168,8 +170,8 @@ int set(CommandContext &c)
 
 QJsonObject connectionJson(const VMToolsMachine::ConnectionInfo &info)
 {
-    return {{QStringLiteral("type"), ResultWords::connection(info.type())},
-            {QStringLiteral("interface"), info.name()}};
+    return {{QStringLiteral("type"), JsonValues::connection(info.type())},
+            {QStringLiteral("interface"), JsonValues::text(info.name())}};
 }
 
 QString connectionText(const VMToolsMachine::ConnectionInfo &info)
@@ -182,14 +184,15 @@ int showNetwork(CommandContext &c, VMToolsMachine &machine)
 {
     if (!c.step(QStringLiteral("Reading the network of %1").arg(machine.getName())))
         return c.interrupted();
-    const QString adapter1 = VMToolsMachine::getAdapterTypeString(machine.getAdapterType(1));
+    const VMToolsMachine::AdapterType adapter1 = machine.getAdapterType(1);
     const VMToolsMachine::ConnectionInfo info = machine.getConnectionInfo();
     c.stepDone();
-    return c.out().done({{QStringLiteral("name"), machine.getName()},
-                         {QStringLiteral("adapter1"), adapter1},
-                         {QStringLiteral("adapter2"), connectionJson(info)}},
-                        TextFormat::fields({{QStringLiteral("Adapter 1"), adapter1},
-                                            {QStringLiteral("Adapter 2"), connectionText(info)}}));
+    return c.out().done(
+        {{QStringLiteral("name"), machine.getName()},
+         {QStringLiteral("adapter1"), JsonValues::adapter(adapter1)},
+         {QStringLiteral("adapter2"), connectionJson(info)}},
+        TextFormat::fields({{QStringLiteral("Adapter 1"), ResultWords::adapter(adapter1)},
+                            {QStringLiteral("Adapter 2"), connectionText(info)}}));
 }
 
 int listInterfaces(CommandContext &c, VMToolsMachine &machine)

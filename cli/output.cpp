@@ -44,11 +44,11 @@ void Output::note(const QString &line)
 
 namespace TextFormat {
 
-QString table(const QStringList &headers, const QList<QStringList> &rows)
+QString table(const QStringList &headers, const QList<QStringList> &rows, bool showHeaders)
 {
     QList<int> widths;
     for (const QString &header : headers)
-        widths.append(header.size());
+        widths.append(showHeaders ? header.size() : 0);
     for (const QStringList &row : rows) {
         for (int i = 0; i < row.size() && i < widths.size(); ++i)
             widths[i] = qMax(widths[i], row.at(i).size());
@@ -61,7 +61,7 @@ QString table(const QStringList &headers, const QList<QStringList> &rows)
         }
         return text + QLatin1Char('\n');
     };
-    QString text = line(headers);
+    QString text = showHeaders ? line(headers) : QString();
     for (const QStringList &row : rows)
         text += line(row);
     return text;

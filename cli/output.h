@@ -32,8 +32,8 @@ private:
 namespace TextFormat {
 using Fields = QList<QPair<QString, QString>>;
 
-// Left-aligned columns two blanks apart; the headers as given.
-QString table(const QStringList &headers, const QList<QStringList> &rows);
+// Left-aligned columns two blanks apart; the headers as given, or none for scripts.
+QString table(const QStringList &headers, const QList<QStringList> &rows, bool showHeaders = true);
 // "Label:" and value lines with the values aligned in one column.
 QString fields(const Fields &fields);
 QString yesNo(bool value);

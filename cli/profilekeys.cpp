@@ -2,11 +2,29 @@
 
 #include <vmtools/vmtoolsmachine.h>
 
+#include <QDateTime>
 #include <QRegularExpression>
 
 namespace {
 
 using Machine = VMToolsMachine;
+using Reader = std::function<QVariant(Machine &)>;
+
+// Where the machine answers a made-up default for a value it does not have (a resolution,
+// a density, a device id), the value reads as unknown: a null QVariant.
+Reader unlessMissing(const QString &property, Reader read)
+{
+    return [property, read](Machine &m) {
+        const QString missing = QStringLiteral("\u0001");
+        return m.getData(property, missing) == missing ? QVariant() : read(m);
+    };
+}
+
+ProfileKey readUnlessMissing(ProfileKey key, const QString &property)
+{
+    key.read = unlessMissing(property, key.read);
+    return key;
+}
 
 ProfileKey textKey(const QString &name, const QString &meaning, QString (Machine::*getter)() const,
                    void (Machine::*setter)(const QString &))
@@ -84,8 +102,10 @@ ProfileKey countKey(const QString &name, const QString &meaning,
                     unsigned int (Machine::*getter)() const, bool (Machine::*setter)(unsigned int))
 {
     ProfileKey key{name, meaning, ProfileKey::Count, {}, {}};
+    // Every machine has processors and memory: 0 means VirtualBox could not say.
     key.read = [getter](Machine &m) {
-        return QVariant((m.*getter)());
+        const unsigned int value = (m.*getter)();
+        return value == 0 ? QVariant() : QVariant(value);
     };
     key.write = [setter](Machine &m, const QVariant &v) {
         return (m.*setter)(v.toUInt());
@@ -100,9 +120,10 @@ ProfileKey resolutionKey()
                    ProfileKey::Resolution,
                    {},
                    {}};
-    key.read = [](Machine &m) {
-        return QVariant(m.getResolution());
-    };
+    key.read = unlessMissing(QStringLiteral("vbox_graph_mode"), [](Machine &m) {
+        const QSize size = m.getResolution();
+        return size.isEmpty() ? QVariant() : QVariant(size); // a mode the guest cannot use
+    });
     key.write = [](Machine &m, const QVariant &v) {
         m.setResolution(v.toSize());
         return m.getResolution() == v.toSize();
@@ -118,9 +139,8 @@ ProfileKey densityKey()
                    ProfileKey::Count,
                    {},
                    {}};
-    key.read = [](Machine &m) {
-        return QVariant(m.getDensity().toUInt());
-    };
+    key.read = unlessMissing(QStringLiteral("vbox_dpi"),
+                             [](Machine &m) { return QVariant(m.getDensity().toUInt()); });
     key.write = [](Machine &m, const QVariant &v) {
         const QString text = QString::number(v.toUInt());
         m.setDensity(text);
@@ -160,8 +180,9 @@ QList<ProfileKey> buildKeys()
         countKey(S("cpus"), S("number of processors"), &Machine::getCPUCount,
                  &Machine::setCPUCount),
         countKey(S("memory"), S("memory in MB"), &Machine::getRAM, &Machine::setRAM),
-        textKey(S("device-id"), S("Android device id"), &Machine::getDeviceId,
-                &Machine::setDeviceId),
+        readUnlessMissing(textKey(S("device-id"), S("Android device id"), &Machine::getDeviceId,
+                                  &Machine::setDeviceId),
+                          S("quillomate_device_id")),
         textKey(S("product-name"), S("product name"), &Machine::getProductName,
                 &Machine::setProductName),
         textKey(S("product-model"), S("product model"), &Machine::getProductModel,
@@ -193,12 +214,17 @@ QList<ProfileKey> buildKeys()
                 &Machine::getBuildVersionRelease, nullptr),
         textKey(S("template-uuid"), S("template the device was made from"),
                 &Machine::getTemplateUuid, nullptr),
-        readOnlyKey(S("data-disk-size"), S("data disk size"), ProfileKey::Text,
-                    [](Machine &m) { return QVariant(QString::number(m.getDataDiskSize())); }),
-        readOnlyKey(S("device-version"), S("device image version"), ProfileKey::Text,
-                    [](Machine &m) { return QVariant(QString::number(m.getDeviceVersion())); }),
+        readOnlyKey(S("data-disk-size"), S("data disk size"), ProfileKey::Count,
+                    unlessMissing(S("datadisk_size"),
+                                  [](Machine &m) { return QVariant(m.getDataDiskSize()); })),
+        readOnlyKey(S("device-version"), S("device image version"), ProfileKey::Count,
+                    unlessMissing(S("quillomate_device_version"),
+                                  [](Machine &m) { return QVariant(m.getDeviceVersion()); })),
         readOnlyKey(S("release-date"), S("release date of the device image"), ProfileKey::Text,
-                    [](Machine &m) { return QVariant(m.getReleaseDate().toString(Qt::ISODate)); }),
+                    [](Machine &m) {
+                        const QDateTime date = m.getReleaseDate();
+                        return date.isValid() ? QVariant(date.toString(Qt::ISODate)) : QVariant();
+                    }),
     };
 }
 
@@ -312,6 +338,8 @@ bool parse(const ProfileKey &key, const QString &text, QVariant *value, QString 
 
 QString displayText(const ProfileKey &key, const QVariant &value)
 {
+    if (!value.isValid())
+        return QString();
     switch (key.kind) {
     case ProfileKey::Flag:
         return value.toBool() ? QStringLiteral("on") : QStringLiteral("off");
@@ -329,6 +357,8 @@ QString displayText(const ProfileKey &key, const QVariant &value)
 
 QJsonValue jsonValue(const ProfileKey &key, const QVariant &value)
 {
+    if (!value.isValid())
+        return QJsonValue::Null;
     switch (key.kind) {
     case ProfileKey::Flag:
         return value.toBool();
@@ -338,7 +368,17 @@ QJsonValue jsonValue(const ProfileKey &key, const QVariant &value)
     case ProfileKey::Text:
         break;
     }
-    return displayText(key, value);
+    const QString text = displayText(key, value);
+    return text.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(text);
+}
+
+QString jsonName(const ProfileKey &key)
+{
+    const QStringList words = key.name.split(QLatin1Char('-'));
+    QString name = words.constFirst();
+    for (const QString &word : words.mid(1))
+        name += word.left(1).toUpper() + word.mid(1);
+    return name;
 }
 
 } // namespace ProfileKeys

@@ -34,8 +34,11 @@ QStringList names(bool writableOnly);
 
 // Text from the command line to a value of the key's kind; false with the reason.
 bool parse(const ProfileKey &key, const QString &text, QVariant *value, QString *error);
+// A null value is one the machine could not give: empty text, and null in JSON.
 QString displayText(const ProfileKey &key, const QVariant &value);
 QJsonValue jsonValue(const ProfileKey &key, const QVariant &value);
+// The key's name in JSON output: "full-screen" is "fullScreen".
+QString jsonName(const ProfileKey &key);
 
 // "on", "off", "yes", "no", "true", "false", "1", "0", in any letter case.
 bool parseFlag(const QString &text, bool *value);

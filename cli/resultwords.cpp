@@ -88,6 +88,19 @@ QString state(VMToolsMachine::State state)
     return QStringLiteral("unknown");
 }
 
+QString adapter(VMToolsMachine::AdapterType type)
+{
+    switch (type) {
+    case VMToolsMachine::HostOnlyAdapter:
+        return QStringLiteral("hostonly");
+    case VMToolsMachine::OtherAdapter:
+        return QStringLiteral("other");
+    case VMToolsMachine::NoAdapter:
+        break;
+    }
+    return QStringLiteral("none");
+}
+
 QString connection(VMToolsMachine::ConnectionType type)
 {
     switch (type) {

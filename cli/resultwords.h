@@ -16,6 +16,8 @@ QString factoryReset(int code);
 QString loadFailure(const LoadStateInfo &info, const QString &pluginFolder);
 // A run state: "running", "off", "paused", "busy", "aborted" or "unknown".
 QString state(VMToolsMachine::State state);
+// What a network adapter slot holds: "hostonly", "other" (any other attachment) or "none".
+QString adapter(VMToolsMachine::AdapterType type);
 // Adapter 2's connection: "nat", "bridged" or "unknown".
 QString connection(VMToolsMachine::ConnectionType type);
 

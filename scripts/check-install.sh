@@ -25,7 +25,9 @@ mv "$work/staged" "$work/prefix"
 prefix=$work/prefix
 for path in lib/libvmtools_framework.so.0 lib/vmtools/vmtools lib/vmtools/plugins/libvboxmanage.so \
     include/vmtools/vmtoolsengine.h include/vmtools/vmtools_export.h include/vmtools/version.h \
-    lib/cmake/VMTools/VMToolsConfig.cmake lib/cmake/VMTools/VMToolsConfigVersion.cmake; do
+    lib/cmake/VMTools/VMToolsConfig.cmake lib/cmake/VMTools/VMToolsConfigVersion.cmake \
+    share/man/man1/vmtools.1.gz share/bash-completion/completions/vmtools \
+    share/zsh/vendor-completions/_vmtools; do
     [[ -e $prefix/$path ]] || fail "nothing installed at $path"
 done
 [[ $(readlink "$prefix/bin/vmtools") == ../lib/vmtools/vmtools ]] ||

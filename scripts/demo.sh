@@ -100,6 +100,7 @@ fi
 [[ -f $appliance ]] || { echo "No appliance at $appliance (set DEMO_APPLIANCE)" >&2; exit 1; }
 
 say "The engine"
+run --version
 run info
 run list
 

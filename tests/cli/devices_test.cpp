@@ -8,15 +8,22 @@
 
 #include <QFile>
 #include <QJsonArray>
+#include <QJsonDocument>
 
 TEST(CliDevicesTest, ListShowAndDumpCoverOnlyThisHostsDevices)
 {
     StandIn standIn;
+    // Listed by VirtualBox out of order; "Watch" is a device that VirtualBox cannot read.
     standIn.onExact({"list", "vms"},
-                    {Answer::ok("\"phone\" {0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11}\n"
+                    {Answer::ok("\"tablet\" {e1a5e766-27cc-4b13-8c81-b69a5aa5dac7}\n"
                                 "\"Ubuntu\" {628a6317-792a-45ff-8f0a-de3227f14724}\n"
-                                "\"tablet\" {e1a5e766-27cc-4b13-8c81-b69a5aa5dac7}\n")});
+                                "\"Watch\" {5d3f1a2b-6c7d-4e8f-9a0b-1c2d3e4f5a6b}\n"
+                                "\"phone\" {0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11}\n")});
     scriptNoMachine(standIn, "Ubuntu");
+    scriptNoMachine(standIn, "Watch");
+    standIn.onExact({"guestproperty", "enumerate", "5d3f1a2b-6c7d-4e8f-9a0b-1c2d3e4f5a6b"},
+                    {Answer::ok("Name: vbox_graph_mode, value: 800x600-32, timestamp: 1, "
+                                "flags: \n")});
     standIn.onExact({"guestproperty", "get", "tablet", "tovalyn_ip_management"},
                     {Answer::ok("Value: 192.168.56.101\n")});
     scriptUsualHost(standIn);
@@ -25,30 +32,43 @@ TEST(CliDevicesTest, ListShowAndDumpCoverOnlyThisHostsDevices)
 
     const QList<VmtoolsResult> results = expectRuns(
         host, {{"list", 0, "",
-                "NAME    STATE    CPUS  MEMORY   ANDROID  RESOLUTION\n"
-                "phone   off      2     2048 MB  8.0      1080x1920\n"
-                "tablet  running  2     2048 MB  8.0      1080x1920\n"},
+                "NAME    STATE    ADDRESS         CPUS  MEMORY   ANDROID  RESOLUTION\n"
+                "phone   off      -               2     2048 MB  8.0      1080x1920\n"
+                "tablet  running  192.168.56.101  2     2048 MB  8.0      1080x1920\n"
+                "Watch   -        -               -     -        -        -\n"},
                {"list --json", 0},
+               {"list --no-headers", 0, "",
+                "phone   off      -               2  2048 MB  8.0  1080x1920\n"
+                "tablet  running  192.168.56.101  2  2048 MB  8.0  1080x1920\n"
+                "Watch   -        -               -  -        -    -\n"},
                {"show tablet --json", 0, "",
                 R"({"state": "running", "folder": "/vms/tablet", "adbSerial": "192.168.56.101:5555",
-              "factoryBackup": true, "adapter1": "hostonly", "adapter2": {"type": "nat"},
+              "factoryBackup": true, "adapter1": "hostonly",
+              "adapter2": {"type": "nat", "interface": null},
               "sdCardDisk": "3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e",
-              "profile": {"resolution": "1080x1920", "density": 420, "full-screen": true,
-                          "virtual-keyboard": true, "navigation-bar": false, "hx": true,
-                          "full-hx": true, "device-id": "358240051111110",
-                          "product-model": "Pixel 2", "cpus": 2}})"},
+              "profile": {"resolution": "1080x1920", "density": 420, "fullScreen": true,
+                          "virtualKeyboard": true, "navigationBar": false, "hx": true,
+                          "fullHx": true, "deviceId": "358240051111110",
+                          "productModel": "Pixel 2", "productName": null, "cpus": 2}})"},
                {"show ghost", 1, "there is no device named \"ghost\""},
-               {"dump " + dump + " --json", 0, "", R"({"devices": ["phone", "tablet"]})"},
+               {"dump " + dump + " --json", 0, "", R"({"devices": ["tablet", "Watch", "phone"]})"},
                {"dump " + host.scratch(), 1, host.scratch() + " is a folder"}});
     const QJsonArray devices = results[1].json().value("devices").toArray();
-    ASSERT_EQ(devices.size(), 2);
+    ASSERT_EQ(devices.size(), 3);
     expectMembers(devices.at(1).toObject(),
                   R"({"name": "tablet", "uuid": "e1a5e766-27cc-4b13-8c81-b69a5aa5dac7",
-                      "state": "running", "memory": 2048, "resolution": "1080x1920"})");
+                      "state": "running", "ipAddress": "192.168.56.101", "cpus": 2,
+                      "memory": 2048, "androidVersion": "8.0", "resolution": "1080x1920"})");
+    // What VirtualBox could not tell is null, not left out, empty or made up.
+    EXPECT_EQ(devices.at(2).toObject(), QJsonDocument::fromJson(R"({"name": "Watch",
+                  "uuid": "5d3f1a2b-6c7d-4e8f-9a0b-1c2d3e4f5a6b", "state": null, "ipAddress": null,
+                  "cpus": null, "memory": null, "androidVersion": null, "resolution": null})")
+                                            .object());
 
-    // Reading costs no engine start-up and never touches the host's network.
+    // Reading costs no engine start-up and never touches the host's network. The list: the
+    // machines, three runs for each device, and the running tablet's address.
     const QList<QPair<QString, int>> readCosts{
-        {"list", 8}, {"show phone", 9}, {"get phone resolution", 3}};
+        {"list", 12}, {"show phone", 9}, {"get phone resolution", 3}};
     for (const auto &[command, runs] : readCosts) {
         standIn.clearCalls();
         ASSERT_EQ(host.run(command.split(' ')).exitCode, 0) << command.toStdString();

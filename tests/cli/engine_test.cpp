@@ -3,6 +3,7 @@
 
 #include "commands.h"
 #include "printers.h"
+#include "profilekeys.h"
 #include "standin.h"
 
 #include <gtest/gtest.h>
@@ -10,6 +11,31 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+
+#include <vmtools/version.h>
+
+namespace {
+
+QString readSource(const QString &path)
+{
+    QFile file(QStringLiteral(VMTOOLS_SOURCE_DIR "/") + path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << file.fileName().toStdString();
+    return QString::fromUtf8(file.readAll());
+}
+
+// How the manual page writes a command or an option: bold, with troff's escaped hyphens.
+QString manualBold(const QString &word)
+{
+    return "\\fB" + QString(word).replace('-', "\\-") + "\\fR";
+}
+
+// The word whole: "delete" is not found in "delete-disk", nor "--gui" in "--guide".
+QRegularExpression token(const QString &word)
+{
+    return QRegularExpression("(?<![\\w-])" + QRegularExpression::escape(word) + "(?![\\w-])");
+}
+
+} // namespace
 
 TEST(CliEngineTest, UsageHelpAndDeployFolderNeedNoVirtualBoxAndWithoutItNothingElseRuns)
 {
@@ -19,8 +45,13 @@ TEST(CliEngineTest, UsageHelpAndDeployFolderNeedNoVirtualBoxAndWithoutItNothingE
     const QList<VmtoolsResult> results = expectRuns(
         host,
         {{{}, 2, "no command given\nsee 'vmtools --help'", ""},
-         {"launch phone --json", 2, "unknown command \"launch\"",
+         {"launch phone --json", 2, "unknown command 'launch'\nsee 'vmtools --help'",
           R"({"ok": false, "exitCode": 2})"},
+         {"lst", 2, "unknown command 'lst'\ndid you mean 'list'?", ""},
+         {"strat phone --json", 2, "unknown command 'strat'\ndid you mean 'start'?",
+          R"({"suggestions": ["start"]})"},
+         {"help xet", 2, "unknown command 'xet'\ndid you mean 'get' or 'set'?"},
+         {"help create", 0},
          {"export phone", 2, "missing arguments: NAME FILE\nsee 'vmtools export --help'"},
          {"deploy-dir " + folder, 0, "", "New devices will be kept in " + folder + "\n"},
          {"deploy-dir --json", 0, "", R"({"deployDirectory": ")" + folder + "\"}"},
@@ -40,13 +71,33 @@ TEST(CliEngineTest, UsageHelpAndDeployFolderNeedNoVirtualBoxAndWithoutItNothingE
          {"list -v -q", 2, "-v and -q cannot be used together"}});
     EXPECT_TRUE(QFileInfo::exists(host.scratch("notes.txt")));
     EXPECT_TRUE(QFileInfo(folder).isDir());
-    const QString &createHelp = results[5].out;
+    EXPECT_EQ(results[5].out, results[9].out); // help create, create --help
+    const QString &createHelp = results[9].out;
     EXPECT_TRUE(createHelp.startsWith("Usage: vmtools create [options] NAME APPLIANCE\n"))
         << createHelp.toStdString();
     EXPECT_TRUE(createHelp.contains("--sdcard <MB>"));
-    for (const Command &command : Commands::all())
-        EXPECT_TRUE(results[6].out.contains("\n  " + command.name + ' '))
-            << command.name.toStdString();
+    // Every command and option is in the overview, both completions and the manual page.
+    const QStringList completions{readSource("cli/completion/vmtools.bash"),
+                                  readSource("cli/completion/_vmtools")};
+    const QString manual = readSource("cli/vmtools.1.in");
+    for (const Command &command : Commands::all()) {
+        SCOPED_TRACE(command.name.toStdString());
+        EXPECT_TRUE(results[10].out.contains("\n  " + command.name + ' '));
+        EXPECT_TRUE(manual.contains(manualBold(command.name)));
+        QStringList words{command.name};
+        for (const QCommandLineOption &option : command.options) {
+            words.append("--" + option.names().constLast());
+            EXPECT_TRUE(manual.contains(manualBold(words.constLast())));
+        }
+        for (const QString &completion : completions) {
+            for (const QString &word : words)
+                EXPECT_TRUE(completion.contains(token(word))) << word.toStdString();
+        }
+    }
+    for (const QString &key : ProfileKeys::names(false)) {
+        for (const QString &completion : completions)
+            EXPECT_TRUE(completion.contains(token(key))) << key.toStdString();
+    }
     EXPECT_TRUE(standIn.calls().isEmpty());
 
     // With no answer from VirtualBox the engine cannot start, and nothing more is asked.
@@ -68,10 +119,22 @@ TEST(CliEngineTest, InfoInTextAndJsonWithDebugLinesOnlyWhenVerboseAndAllInTheLog
     scriptEngineStart(standIn);
     VmtoolsHost host;
 
+    // The versions without starting the engine: VirtualBox is asked only for its own.
+    expectRuns(host,
+               {{"--version", 0, "",
+                 "vmtools " VMTOOLS_VERSION_STRING "\nplug-in vboxmanage " VMTOOLS_VERSION_STRING
+                 "\nVirtualBox 5.2.44r139111\n"},
+                {"--version --json", 0, "",
+                 R"({"version": ")" VMTOOLS_VERSION_STRING
+                 R"(", "pluginVersion": ")" VMTOOLS_VERSION_STRING
+                 R"(", "virtualBoxVersion": "5.2.44r139111"})"}});
+    EXPECT_EQ(standIn.calls(), (QList<QStringList>{{"--version"}, {"--version"}}));
+    EXPECT_TRUE(standIn.calls("ip").isEmpty());
+
     // Looking changes nothing: on a host without a usable interface info only says so.
     VmtoolsResult result = host.run({"info", "--json"});
     ASSERT_EQ(result.exitCode, 0) << result.err.toStdString();
-    expectMembers(result.json(), R"({"ready": false, "hostOnlyInterface": "", "maxCpus": 8})");
+    expectMembers(result.json(), R"({"ready": false, "hostOnlyInterface": null, "maxCpus": 8})");
     EXPECT_FALSE(calledWithPrefix(standIn, {"hostonlyif"}));
     EXPECT_FALSE(calledWithPrefix(standIn, {"dhcpserver"}));
     ASSERT_EQ(host.run({"repair-network"}).exitCode, 0);
@@ -79,8 +142,9 @@ TEST(CliEngineTest, InfoInTextAndJsonWithDebugLinesOnlyWhenVerboseAndAllInTheLog
     result = host.run({"info", "--json"});
     ASSERT_EQ(result.exitCode, 0) << result.err.toStdString();
     expectMembers(result.json(), R"({"ok": true, "virtualBoxVersion": "5.2.44r139111",
-                                     "maxCpus": 8, "maxMemoryMB": 15923, "ready": true,
+                                     "maxCpus": 8, "maxMemory": 15923, "ready": true,
                                      "hostOnlyInterface": "vboxnet0", "loadState": 0})");
+    EXPECT_TRUE(result.json().value("loadMessage").isNull()); // not left out, not empty
     EXPECT_TRUE(result.json().value("hardwareVirtualization").isBool());
     EXPECT_FALSE(result.json().value("processorVendor").toString().isEmpty());
     EXPECT_TRUE(result.json()

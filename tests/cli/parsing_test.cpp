@@ -1,15 +1,20 @@
 // The pure parts of vmtools: command-line parsing, profile values, names, texts.
 #include "commandcontext.h"
 #include "commandline.h"
+#include "commands.h"
 #include "logging.h"
 #include "output.h"
 #include "profilekeys.h"
 #include "progress.h"
 #include "resultwords.h"
+#include "suggestions.h"
+#include "versionreport.h"
 
 #include "printers.h"
 
 #include <gtest/gtest.h>
+
+#include <vmtools/version.h>
 
 using Action = ParsedCommandLine::Action;
 
@@ -27,6 +32,10 @@ TEST(CommandLineTest, GlobalOptionsGoAnywhereAndValuesAreNotCommands)
     parsed = CommandLine::parse({"vmtools", "show", "--", "-odd"});
     ASSERT_EQ(parsed.action, Action::RunCommand);
     EXPECT_EQ(parsed.parser->positionalArguments(), QStringList{"-odd"});
+    parsed = CommandLine::parse({"vmtools", "--log-file", "help", "help", "-v", "get"});
+    ASSERT_EQ(parsed.action, Action::CommandHelp) << parsed.error.toStdString();
+    EXPECT_EQ(parsed.command->name, "get");
+    EXPECT_EQ(CommandLine::parse({"vmtools", "help", "help"}).action, Action::Overview);
     // Help for a command, which wins over its missing arguments, is run by the usage test.
     EXPECT_EQ(CommandLine::parse({"vmtools", "--version"}).action, Action::Version);
 }
@@ -101,6 +110,44 @@ TEST(DeviceNameTest, NamesThatWouldLeaveTheDeviceFolderAreRefused)
     EXPECT_EQ(deviceNameProblem("a\\b"), "a device name cannot hold \"\\\"");
     EXPECT_EQ(deviceNameProblem("-rf"), "a device name cannot begin with \"-\"");
     EXPECT_EQ(deviceNameProblem("a\nb"), "a device name cannot hold control characters");
+}
+
+TEST(CommandLineTest, MistypedCommandsGetTheClosestOnesOrTheOneTheyBegin)
+{
+    QStringList known{"help"};
+    for (const Command &command : Commands::all())
+        known.append(command.name);
+    const QList<QPair<QString, QStringList>> typos = {{"lst", {"list"}},
+                                                      {"strat", {"start"}},
+                                                      {"xet", {"get", "set"}},
+                                                      {"delet", {"delete"}},
+                                                      {"cpy-disk", {"copy-disk"}},
+                                                      {"repair", {"repair-network"}},
+                                                      {"li", {"list"}},
+                                                      {"s", {}},
+                                                      {"factory", {}},
+                                                      {"launch", {}},
+                                                      {"", {}},
+                                                      {"LIST", {"list"}}};
+    for (const auto &[typed, expected] : typos)
+        EXPECT_EQ(Suggestions::similar(typed, known), expected) << typed.toStdString();
+    EXPECT_EQ(Suggestions::distance("abc", "bac"), 1); // a swap is one typo
+    EXPECT_EQ(Suggestions::question({"a", "b", "c"}), "did you mean 'a', 'b' or 'c'?");
+    EXPECT_EQ(Suggestions::question({}), QString());
+}
+
+TEST(TextTest, VersionsSayNotFoundAndSkipVirtualBoxWarnings)
+{
+    const VersionReport::Versions missing =
+        VersionReport::read("/nonexistent/plugins/", "/nonexistent/VBoxManage");
+    EXPECT_EQ(VersionReport::text(missing),
+              "vmtools " VMTOOLS_VERSION_STRING "\nplug-in vboxmanage: not found\n"
+              "VirtualBox: not found\n");
+    EXPECT_TRUE(VersionReport::json(missing).value("virtualBoxVersion").isNull());
+    EXPECT_EQ(VersionReport::versionLine("WARNING: The vboxdrv kernel module is not loaded.\n"
+                                         "7.1.6r167084\n"),
+              "7.1.6r167084");
+    EXPECT_TRUE(VersionReport::versionLine("VBoxManage: error: no access\n").isNull());
 }
 
 // Tables and the fields of several values are checked whole by the child-process tests.

@@ -31,6 +31,9 @@ TEST(CliProfileTest, GetSetAndNetworkCheckEveryValueBeforeWritingAny)
          {"get phone resolution virtual-keyboard navigation-bar", 0, "",
           "resolution:        1080x1920\nvirtual-keyboard:  on\nnavigation-bar:    off\n"},
          {"get phone hx --json", 0, "", R"({"values": {"hx": true}})"},
+         // Not set on the device: null, not the engine's made-up "0" or empty text.
+         {"get phone data-disk-size product-name --json", 0, "",
+          R"({"values": {"dataDiskSize": null, "productName": null}})"},
          {"get phone colour", 2},
          {"set phone resolution 720x1280 density high", 2,
           "density takes a positive whole number, not \"high\""},
@@ -43,8 +46,10 @@ TEST(CliProfileTest, GetSetAndNetworkCheckEveryValueBeforeWritingAny)
          {"network phone bridged eth9", 2,
           "\"eth9\" is not a bridgeable interface; known: eth0, wlan0"},
          {"network phone wifi", 2}});
-    EXPECT_TRUE(results[3].err.contains("unknown profile value \"colour\"; known: resolution, "))
-        << results[3].err.toStdString();
+    EXPECT_TRUE(results[4].err.contains("unknown profile value \"colour\"; known: resolution, "))
+        << results[4].err.toStdString();
+    EXPECT_EQ(results[3].json().value("values").toObject().keys(),
+              (QStringList{"dataDiskSize", "productName"}));
     EXPECT_FALSE(calledWithPrefix(standIn, PropertyWrite));
     EXPECT_FALSE(calledWithPrefix(standIn, {"modifyvm"}));
 
@@ -52,7 +57,7 @@ TEST(CliProfileTest, GetSetAndNetworkCheckEveryValueBeforeWritingAny)
                         "", "--json"},
                        0,
                        "",
-                       R"({"changed": {"resolution": "720x1280", "full-screen": false}})"},
+                       R"({"changed": {"resolution": "720x1280", "fullScreen": false}})"},
                       {"network phone nat", 0}});
     EXPECT_TRUE(calledWithPrefix(standIn, {"modifyvm", "phone", "--nic2", "nat"}));
     EXPECT_EQ(
