@@ -89,7 +89,7 @@ int runCommand(CommandContext &context)
 
 int usageError(const ParsedCommandLine &parsed)
 {
-    Output output(parsed.json);
+    Output output(parsed.json, parsed.quiet);
     if (!parsed.suggestions.isEmpty()) {
         const int code = output.fail(
             parsed.error, ExitCode::Usage,

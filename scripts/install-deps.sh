@@ -4,7 +4,7 @@
 # packages need, "clean-root" what a fresh Debian root for them needs.
 set -euo pipefail
 
-packages=(cmake make g++ qtbase5-dev libgtest-dev libgmock-dev)
+packages=(cmake make g++ qtbase5-dev libgtest-dev libgmock-dev zsh)
 case ${1:-} in
 bench) packages+=(libbenchmark-dev) ;;
 package) packages+=(dpkg-dev file lintian) ;;
