@@ -2,6 +2,7 @@
 // The variants take turns within each iteration, so that a change in the machine's load
 // weighs on all of them alike and their ratio stays fair on a busy machine.
 #include "barespawn.h"
+#include "procstats.h"
 #include "standin.h"
 
 #include <vmtools/vboxmanagecommon.h>
@@ -84,10 +85,38 @@ void runnerAgainstBare(benchmark::State &state)
     }
 }
 
+bool trivialCall()
+{
+    return VBoxManageCommon::call(QStringLiteral("/bin/true"), {}, VBoxManageCommon::Silent)
+               .exitCode == 0;
+}
+
+// What runner calls of a trivial child leave behind after a warm-up: descriptors, children
+// and resident memory, as counters.
+void runnerHygiene(benchmark::State &state)
+{
+    for (int i = 0; i < 100; ++i)
+        trivialCall();
+    const int descriptors = ProcStats::openDescriptors();
+    const qint64 residentKiB = ProcStats::residentKiB();
+    for (auto _ : state) {
+        if (!trivialCall()) {
+            state.SkipWithError("/bin/true failed");
+            return;
+        }
+    }
+    state.counters["fds_left"] = ProcStats::openDescriptors() - descriptors;
+    state.counters["children_left"] = static_cast<double>(ProcStats::children().size());
+    state.counters["rss_growth_kib"] = static_cast<double>(ProcStats::residentKiB() - residentKiB);
+}
+
 const bool registered = [] {
     benchmark::RegisterBenchmark("runner/call", runnerAgainstBare)
         ->UseManualTime()
         ->MinTime(4.0)
+        ->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark("runner/hygiene", runnerHygiene)
+        ->Iterations(10000)
         ->Unit(benchmark::kMillisecond);
     return true;
 }();

@@ -105,6 +105,7 @@ void SummaryReporter::printSummary() const
 {
     std::printf("\n==== Summary ====\n");
     printRunner();
+    printHygiene();
     printParsers();
     printOperations();
 }
@@ -127,6 +128,23 @@ void SummaryReporter::printRunner() const
                 "  fork: the same with fork and execvp, as QProcess starts its children.\n"
                 "  runner / bare spawn: %.2f (target <= 1.50) %s\n",
                 ratio, verdict(ratio <= 1.5));
+}
+
+void SummaryReporter::printHygiene() const
+{
+    const Result *hygiene = find("runner/hygiene");
+    if (!hygiene)
+        return;
+    const auto counter = [hygiene](const char *name) {
+        return hygiene->counters.at(name);
+    };
+    const bool met = counter("fds_left") == 0 && counter("children_left") == 0 &&
+                     counter("rss_growth_kib") < 8 * 1024;
+    std::printf("\nAfter 10000 runner calls of /bin/true (and a warm-up of 100)\n"
+                "  descriptors %+.0f, children %.0f, resident memory %+.0f KiB "
+                "(target 0, 0, < 8 MiB) %s\n",
+                counter("fds_left"), counter("children_left"), counter("rss_growth_kib"),
+                verdict(met));
 }
 
 void SummaryReporter::printParsers() const

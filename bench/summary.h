@@ -35,6 +35,7 @@ private:
     static Result medianOf(const std::vector<Result> &samples);
     const Result *find(const std::string &name) const;
     void printRunner() const;
+    void printHygiene() const;
     void printParsers() const;
     void printOperations() const;
 

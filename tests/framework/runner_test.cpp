@@ -1,7 +1,9 @@
 #include <vmtools/vboxmanagecommon.h>
+#include <vmtools/vmtoolsobserver.h>
 
 #include "logcapture.h"
 #include "printers.h"
+#include "procstats.h"
 #include "standin.h"
 
 #include <gtest/gtest.h>
@@ -9,11 +11,23 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <climits>
+
 using namespace VBoxManageCommon;
 
 namespace {
 
 const QString Tool = QStringLiteral("VBoxManage");
+
+// AddressSanitizer holds freed memory back in quarantine, so resident memory only grows
+// there; its leak checker covers that build instead.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool ResidentMemoryComparable = false;
+#elif defined(__has_feature)
+constexpr bool ResidentMemoryComparable = !__has_feature(address_sanitizer);
+#else
+constexpr bool ResidentMemoryComparable = true;
+#endif
 
 LogLine debugLine(const QString &text)
 {
@@ -185,4 +199,48 @@ TEST(RunnerTest, ChildrenGetEnglishMessagesAndKeepAUtf8CharacterSet)
         EXPECT_EQ(child.value("PATH"), "/usr/bin");
         EXPECT_EQ(child.value("LANG"), given.value("LANG"));
     }
+}
+
+// Calls give back what they took, on each path: descriptors, children and memory.
+// VMTOOLS_HYGIENE_CALLS scales it; ctest also runs it at ten thousand calls, labelled slow.
+TEST(RunnerTest, CallsGiveBackDescriptorsChildrenAndMemory)
+{
+    const int calls = qEnvironmentVariableIsSet("VMTOOLS_HYGIENE_CALLS")
+                          ? qEnvironmentVariableIntValue("VMTOOLS_HYGIENE_CALLS")
+                          : 200;
+    constexpr qint64 RssGrowthLimitKiB = 8 * 1024;
+    constexpr int NotCancelled = INT_MIN; // whatever the process object reports, but not -1
+    VMToolsObserver observer;
+    struct Case
+    {
+        QString program;
+        VMToolsObserver *observer;
+        int exitCode;
+    };
+    const QList<Case> cases = {
+        {"/bin/true", nullptr, 0},
+        {"/bin/false", &observer, 1},
+        {"/nonexistent/VBoxManage", &observer, NotCancelled},
+    };
+    int failures = 0;
+    const auto callEach = [&](int count) {
+        for (int i = 0; i < count; ++i) {
+            const Case &c = cases.at(i % cases.size());
+            const int code = call(c.program, {}, Silent, c.observer).exitCode;
+            failures += c.exitCode == NotCancelled ? code == -1 : code != c.exitCode;
+        }
+    };
+    callEach(60); // warm-up: Qt's lazily built state, the allocator's pools
+    const int descriptors = ProcStats::openDescriptors();
+    const qint64 residentKiB = ProcStats::residentKiB();
+
+    callEach(calls);
+    const qint64 growthKiB = ProcStats::residentKiB() - residentKiB;
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(ProcStats::openDescriptors(), descriptors);
+    EXPECT_EQ(ProcStats::children(), QList<qint64>());
+    if (ResidentMemoryComparable) {
+        EXPECT_LT(growthKiB, RssGrowthLimitKiB);
+    }
+    RecordProperty("rss_growth_kib", static_cast<int>(growthKiB));
 }

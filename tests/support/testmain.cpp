@@ -10,8 +10,8 @@
 
 int main(int argc, char **argv)
 {
-    // A process group of our own: an observer's cancel that finds no running child
-    // signals the caller's group (by design), and must never reach the test runner.
+    // A process group of our own, so that a signal sent to the group by mistake (the
+    // observer's tests count any that reach us) can never reach the test runner.
     ::setpgid(0, 0);
 
     QTemporaryDir home(QDir::tempPath() + QStringLiteral("/vmtools-test-home-XXXXXX"));
