@@ -19,7 +19,8 @@
 #
 # Environment: FUZZ_TARGETS="a b" picks targets; FUZZ_JOBS runs that many targets at once
 # (default 1); FUZZ_RUNS=N replaces the timed runs by one run of N executions at the
-# default length; FUZZ_LINEARITY=0 skips step 3.
+# default length; FUZZ_LINEARITY=0 skips step 3; FUZZ_TIMEOUT sets -timeout (seconds,
+# default 1: raise it only on a machine so busy that an input waits for the processor).
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -126,7 +127,7 @@ fuzz_once() {
     local target=$1 log=$2
     shift 2
     "$build/bin/fuzz_$target" "$build/fuzz-corpus/$target" "$build/fuzz-seeds/$target" \
-        -dict="$root/fuzz/dict/$target.dict" -timeout=1 -rss_limit_mb=2048 \
+        -dict="$root/fuzz/dict/$target.dict" -timeout="${FUZZ_TIMEOUT:-1}" -rss_limit_mb=2048 \
         -print_final_stats=1 -artifact_prefix="$logs/$target-" "$@" >>"$log" 2>&1
 }
 
