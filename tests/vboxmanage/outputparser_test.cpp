@@ -253,7 +253,7 @@ TEST(OutputParserTest, LaterLayoutsReadAsThe52Recordings)
                              "1c7e5a3b-2d4f-4e6a-8b9c-0d1e2f3a4b5c|"
                              "2d8f6b4c-3e5a-4f7b-9cad-1e2f3a4b5c6d|"
                              "3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e|"
-                             "<5f0d3c2a-8b1e-4c6f-9a7d-2e4b6c8d0f12>|<phone>")
+                             "|<5f0d3c2a-8b1e-4c6f-9a7d-2e4b6c8d0f12>|<phone>")
                   .arg(VMToolsMachine::On));
     ASSERT_EQ(sortedProperties(properties).size(), 12);
     ASSERT_TRUE(sortedProperties(properties).contains("product_model=Pixel 2"));
