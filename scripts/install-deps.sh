@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs, from Debian's archive, whatever the build and the tests need and this
 # machine lacks. Pass "bench" to add what the benchmarks need, "package" what the Debian
-# packages need, "clean-root" what a fresh Debian root for them needs.
+# packages need, "clean-root" what a fresh Debian root for them needs, "fuzz" what the
+# fuzz targets need (clang and its libFuzzer and sanitizer runtimes).
 set -euo pipefail
 
 packages=(cmake make g++ qtbase5-dev libgtest-dev libgmock-dev zsh)
@@ -9,6 +10,7 @@ case ${1:-} in
 bench) packages+=(libbenchmark-dev) ;;
 package) packages+=(dpkg-dev file lintian) ;;
 clean-root) packages+=(debootstrap) ;;
+fuzz) packages+=(clang-14 libclang-rt-14-dev) ;;
 esac
 
 missing=()

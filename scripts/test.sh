@@ -46,3 +46,9 @@ if [[ "${SANITIZERS:-1}" != 0 ]]; then
     export LSAN_OPTIONS=suppressions=$root/tests/sanitizer/lsan.supp
     run_tests "$root/build-asan" -DCMAKE_BUILD_TYPE=Debug -DVMTOOLS_SANITIZE=address,undefined
 fi
+
+# Every fuzz target for a few seconds, so that none rots; the linearity timings are left to
+# longer runs of scripts/fuzz.sh. FUZZ=0 skips this pass.
+if [[ "${FUZZ:-1}" != 0 ]]; then
+    FUZZ_JOBS=$jobs FUZZ_LINEARITY=0 "$root/scripts/fuzz.sh" "${FUZZ_SECONDS:-10}"
+fi

@@ -1,5 +1,7 @@
 #include "interfacestatus.h"
 
+#include "ipoutputparser.h"
+
 #include <vmtools/vboxmanagecommon.h>
 
 #include <QProcess>
@@ -32,12 +34,10 @@ int getInterfaceStatus(const QString &interfaceName, const QString &interfaceAdd
             {QStringLiteral("addr"), QStringLiteral("show"), QStringLiteral("dev"), interfaceName},
             &addresses))
         return Unavailable;
-    if (addresses.contains(QLatin1String("state DOWN")))
+    if (IpOutputParser::isLinkDown(addresses))
         return Down;
     QString routes;
     if (!runIp(&process, {QStringLiteral("route")}, &routes))
         return Unavailable;
-    // Blanks on both sides, so vboxnet0 does not match a route through vboxnet01.
-    const QString needle = QStringLiteral(" %1 %2 ").arg(QStringLiteral("dev"), interfaceName);
-    return routes.contains(needle) ? Routed : NoRoute;
+    return IpOutputParser::hasRouteThrough(routes, interfaceName) ? Routed : NoRoute;
 }

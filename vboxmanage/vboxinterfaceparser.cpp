@@ -30,8 +30,10 @@ QStringList parseBridgeableInterfaces(const QString &output)
 bool parseInterfaceStatus(const QString &output, VMToolsMachine::ConnectionType *type,
                           QString *name)
 {
-    // Adapter 2 is the device's outward connection; adapter 1 is always host-only.
-    static const QRegularExpression nicLine(QStringLiteral("^NIC 2:\\s+.*Attachment: (.*)"));
+    // Adapter 2 is the device's outward connection; adapter 1 is always host-only. One
+    // blank before ".*" reads as "\\s+.*" does, without retrying each split of a long run of
+    // blanks to the end of the line.
+    static const QRegularExpression nicLine(QStringLiteral("^NIC 2:\\s.*Attachment: (.*)"));
     static const QRegularExpression bridged(QStringLiteral("Bridged Interface '(.*)'"));
     for (const QString &line : linesOf(output)) {
         const QRegularExpressionMatch match = nicLine.match(line);

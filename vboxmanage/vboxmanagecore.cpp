@@ -5,8 +5,6 @@
 #include <vmtools/vboxlog.h>
 #include <vmtools/vboxmanagecommon.h>
 
-#include <QRegularExpression>
-
 namespace {
 
 // The host application never offers a device more processors than this.
@@ -71,25 +69,15 @@ QString VBoxManageCore::getSDCardDiskName() const
 
 void VBoxManageCore::loadMaxCPUNumber(const QString &hostinfo)
 {
-    static const QRegularExpression onlineCount(
-        QStringLiteral("Processor online count:\\s+(\\d+)"));
-    static const QRegularExpression coreCount(
-        QStringLiteral("Processor online core count:\\s+(\\d+)"));
-
-    const QRegularExpressionMatch online = onlineCount.match(hostinfo);
-    if (online.hasMatch()) {
-        const int logical = online.captured(1).toInt();
+    int logical = 0;
+    if (VBoxOutputParser::parseOnlineProcessorCount(hostinfo, &logical)) {
         VBoxLog::debug() << "[System properties] Online physical CPU number:" << logical;
-        int count = logical;
-        const QRegularExpressionMatch cores = coreCount.match(hostinfo);
-        if (cores.hasMatch()) {
-            const int perCore = cores.captured(1).toInt();
+        int perCore = 0;
+        if (VBoxOutputParser::parseOnlineCoreCount(hostinfo, &perCore))
             VBoxLog::debug() << "[System properties] Online virtual CPU number:" << perCore;
-            if (perCore > 1)
-                count = perCore * logical;
-        } else {
+        else
             VBoxLog::debug() << "[System properties] No online virtual CPU found";
-        }
+        qint64 count = VBoxOutputParser::hostProcessorCount(logical, perCore);
         // The product can be far beyond what a device may use; the cap bounds it.
         if (count > CpuCountCap) {
             VBoxLog::debug() << "CPU number is >" << CpuCountCap << "- Fix max number to"
@@ -103,10 +91,7 @@ void VBoxManageCore::loadMaxCPUNumber(const QString &hostinfo)
 
 void VBoxManageCore::loadMaxMemorySize(const QString &hostinfo)
 {
-    static const QRegularExpression memorySize(QStringLiteral("Memory size:\\s+(\\d+).*"));
-    const QRegularExpressionMatch match = memorySize.match(hostinfo);
-    if (!match.hasMatch())
+    if (!VBoxOutputParser::parseHostMemorySize(hostinfo, &m_maxMemory))
         return;
-    m_maxMemory = match.captured(1).toUInt();
     VBoxLog::debug() << "[System properties] Max memory size:" << m_maxMemory;
 }

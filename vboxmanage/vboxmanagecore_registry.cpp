@@ -44,22 +44,19 @@ VMToolsMachine *VBoxManageCore::getMachine(const QString &id)
     if (result.exitCode != 0)
         return nullptr;
 
-    static const QRegularExpression uuidLine(QStringLiteral("\\bUUID:\\s+([^\\r\\n]+)\\r?\\n.*"));
-    const QRegularExpressionMatch uuidMatch = uuidLine.match(result.output);
-    if (!uuidMatch.hasMatch())
+    QString uuid;
+    if (!VBoxOutputParser::parseMachineUuid(result.output, &uuid))
         return nullptr;
-    const QString uuid = uuidMatch.captured(1).trimmed();
     // Asked by name: the machine keeps the name exactly as the caller gave it.
     if (uuid != id)
         return new VBoxManageMachine(uuid, id, m_vboxManagePath);
 
-    static const QRegularExpression nameLine(QStringLiteral("\\bName:\\s+([^\\r\\n]+)\\r?\\n.*"));
-    const QRegularExpressionMatch nameMatch = nameLine.match(result.output);
-    if (!nameMatch.hasMatch()) {
+    QString name;
+    if (!VBoxOutputParser::parseMachineName(result.output, &name)) {
         VBoxLog::critical() << "Can't find name of the given machine:" << id;
         return nullptr;
     }
-    return new VBoxManageMachine(uuid, nameMatch.captured(1).trimmed(), m_vboxManagePath);
+    return new VBoxManageMachine(uuid, name, m_vboxManagePath);
 }
 
 bool VBoxManageCore::doesMachineExist(const QString &id) const
@@ -84,11 +81,7 @@ QString VBoxManageCore::getCurrentVBoxMachineFolderValue() const
     if (result.exitCode != 0)
         return QString();
 
-    static const QRegularExpression folderLine(QStringLiteral("Default machine folder:([^\n]*)\n"));
-    const QRegularExpressionMatch match = folderLine.match(result.output);
-    QString folder = match.hasMatch() ? match.captured(1).trimmed() : QString();
-    if (folder.isEmpty())
-        folder = QStringLiteral("default");
+    const QString folder = VBoxOutputParser::parseDefaultMachineFolder(result.output);
     VBoxLog::debug() << "VBox machinefolder path setting is " << folder;
     return folder;
 }

@@ -1,5 +1,7 @@
 #include "vboxoutputparser.h"
 
+#include "labelledline.h"
+
 #include <QRegularExpression>
 #include <QVector>
 
@@ -12,6 +14,25 @@ bool findNumber(const QRegularExpression &pattern, const QString &text, unsigned
     if (!match.hasMatch())
         return false;
     *value = match.captured(1).toUInt();
+    return true;
+}
+
+bool findInt(const QRegularExpression &pattern, const QString &text, int *value)
+{
+    const QRegularExpressionMatch match = pattern.match(text);
+    if (!match.hasMatch())
+        return false;
+    *value = match.captured(1).toInt();
+    return true;
+}
+
+// Capture 1 of pattern in text, trimmed, if it matches.
+bool findTrimmed(const QRegularExpression &pattern, const QString &text, QString *value)
+{
+    const QRegularExpressionMatch match = pattern.match(text);
+    if (!match.hasMatch())
+        return false;
+    *value = match.captured(1).trimmed();
     return true;
 }
 
@@ -65,6 +86,22 @@ QString withoutWrapperWarnings(const QString &output)
         at = end < 0 ? output.size() : end + 1;
     }
     return output.mid(at);
+}
+
+// A "list vms" line, '"<name>" {<uuid>}', read as the pattern ^"(.+)" \{(.+)\}$ reads it:
+// the name runs to the last '" {' that leaves a UUID. Found by hand, as that pattern
+// retries every '" {' of a long line to its end.
+bool readMachineLine(const QStringRef &line, VBoxOutputParser::MachineEntry *entry)
+{
+    static const QLatin1String separator("\" {");
+    if (line.size() < 7 || !line.startsWith(QLatin1Char('"')) || !line.endsWith(QLatin1Char('}')))
+        return false;
+    const int at = line.lastIndexOf(separator, line.size() - 5);
+    if (at < 2)
+        return false;
+    entry->name = line.mid(1, at - 1).toString();
+    entry->uuid = line.mid(at + 3, line.size() - at - 4).toString();
+    return true;
 }
 
 // One layout of "list dhcpservers": the record pattern, where each address is captured,
@@ -121,13 +158,12 @@ QString parseVersion(const QString &output)
 
 QList<MachineEntry> parseMachineList(const QString &output)
 {
-    static const QRegularExpression line(QStringLiteral("^\"(.+)\" \\{(.+)\\}$"));
     QList<MachineEntry> machines;
-    const QStringList lines = output.split(QLatin1Char('\n'), Qt::KeepEmptyParts);
-    for (const QString &text : lines) {
-        const QRegularExpressionMatch match = line.match(text.trimmed());
-        if (match.hasMatch())
-            machines.append({match.captured(1), match.captured(2)});
+    const QVector<QStringRef> lines = output.splitRef(QLatin1Char('\n'), Qt::KeepEmptyParts);
+    for (const QStringRef &line : lines) {
+        MachineEntry entry;
+        if (readMachineLine(line.trimmed(), &entry))
+            machines.append(entry);
     }
     return machines;
 }
@@ -207,6 +243,47 @@ bool containsProperty(const QString &output, const QString &key)
     if (at != 0)
         return at > 0;
     return sortedProperty.match(output).captured(1) == key;
+}
+
+bool parseOnlineProcessorCount(const QString &hostinfo, int *count)
+{
+    static const QRegularExpression online(QStringLiteral("Processor online count:\\s+(\\d+)"));
+    return findInt(online, hostinfo, count);
+}
+
+bool parseOnlineCoreCount(const QString &hostinfo, int *count)
+{
+    static const QRegularExpression cores(QStringLiteral("Processor online core count:\\s+(\\d+)"));
+    return findInt(cores, hostinfo, count);
+}
+
+bool parseHostMemorySize(const QString &hostinfo, unsigned int *megabytes)
+{
+    static const QRegularExpression memory(QStringLiteral("Memory size:\\s+(\\d+).*"));
+    return findNumber(memory, hostinfo, megabytes);
+}
+
+qint64 hostProcessorCount(int online, int cores)
+{
+    return cores > 1 ? qint64(online) * cores : online;
+}
+
+QString parseDefaultMachineFolder(const QString &properties)
+{
+    static const QRegularExpression folderLine(QStringLiteral("Default machine folder:([^\n]*)\n"));
+    QString folder;
+    findTrimmed(folderLine, properties, &folder);
+    return folder.isEmpty() ? QStringLiteral("default") : folder;
+}
+
+bool parseMachineUuid(const QString &description, QString *uuid)
+{
+    return LabelledLine::find(description, QLatin1String("UUID:"), uuid);
+}
+
+bool parseMachineName(const QString &description, QString *name)
+{
+    return LabelledLine::find(description, QLatin1String("Name:"), name);
 }
 
 bool parseCpuCount(const QString &description, unsigned int *count)

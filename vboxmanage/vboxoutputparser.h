@@ -57,6 +57,24 @@ QList<QPair<QString, QString>> parseGuestProperties(const QString &output);
 // character, or as the first property of the sorted listing of 7.0 and later.
 bool containsProperty(const QString &output, const QString &key);
 
+// Host limits of "list hostinfo": the logical processors online, the cores online and the
+// memory in megabytes. False when absent.
+bool parseOnlineProcessorCount(const QString &hostinfo, int *count);
+bool parseOnlineCoreCount(const QString &hostinfo, int *count);
+bool parseHostMemorySize(const QString &hostinfo, unsigned int *megabytes);
+// The processors a device may get from a host of `online` logical processors and
+// `cores` cores: their product when cores is above 1, else the online count. Uncapped,
+// and wide enough that no product of two counts overflows.
+qint64 hostProcessorCount(int online, int cores);
+
+// VirtualBox's default machine folder in "list systemproperties", trimmed; "default" when
+// the line is missing or empty.
+QString parseDefaultMachineFolder(const QString &properties);
+
+// The "UUID:" and "Name:" lines of a "showvminfo" description, trimmed; false when absent.
+bool parseMachineUuid(const QString &description, QString *uuid);
+bool parseMachineName(const QString &description, QString *name);
+
 // Facts of a "showvminfo" description. The numbers return false when absent.
 bool parseCpuCount(const QString &description, unsigned int *count);
 bool parseMemorySize(const QString &description, unsigned int *megabytes);

@@ -15,7 +15,9 @@ TEST_F(CoreLimitsTest, CpuCountMultipliesCountsIsCappedAtEightAndMissingValuesKe
                                                        {hostinfo(3, 0), 3},
                                                        {hostinfo(4, 2), 8},
                                                        {"Processor online count: 5\n", 5},
-                                                       {"Processor online count: 12\n", 8}};
+                                                       {"Processor online count: 12\n", 8},
+                                                       // 2^32 overflows 32 bits to 0.
+                                                       {hostinfo(65536, 65536), 8}};
     EXPECT_EQ(m_core.getMaxCpuCount(), 8u);
     for (const auto &c : cases) {
         m_core.loadMaxCPUNumber(c.first);

@@ -45,6 +45,10 @@ TEST(InterfaceParserTest, InterfaceStatusDecidesOnAdapterTwoOnly)
          bridged, "untouched"},
         {"NIC 2:           disabled\n  NIC 2:           MAC: 08, Attachment: NAT\n", false, bridged,
          "untouched"},
+        // The last "Attachment: " of the line counts, whatever blanks lead to it.
+        {"NIC 2:\t \tAttachment: Bridged Interface 'a', Attachment: NAT\n", true,
+         VMToolsMachine::NatConnection, ""},
+        {"NIC 2: \r Attachment: Bridged Interface 'b'\r\n", true, bridged, "b"},
     };
     for (const Case &c : cases) {
         VMToolsMachine::ConnectionType type = bridged;

@@ -123,6 +123,10 @@ QString referenceDescription(const QString &text)
                          .arg(place % 2));
         facts << (disk.indexIn(text) < 0 ? QString() : disk.cap(2));
     }
+    for (const char *label : {"UUID:", "Name:"}) {
+        QRegExp line(QStringLiteral("\\b%1\\s+([^\\r\\n]+)\\r?\\n.*").arg(label));
+        facts << (line.indexIn(text) < 0 ? QStringLiteral("-") : '<' + line.cap(1).trimmed() + '>');
+    }
     return facts.join('|');
 }
 
@@ -140,6 +144,10 @@ QString parsedDescription(const QString &text)
     for (int place = 0; place < 4; ++place)
         facts << VBoxOutputParser::parseDiskUuid(text, static_cast<DiskPort>(place / 2),
                                                  static_cast<DiskDevice>(place % 2));
+    QString uuid;
+    QString name;
+    facts << (VBoxOutputParser::parseMachineUuid(text, &uuid) ? '<' + uuid + '>' : "-");
+    facts << (VBoxOutputParser::parseMachineName(text, &name) ? '<' + name + '>' : "-");
     return facts.join('|');
 }
 
@@ -201,7 +209,11 @@ TEST(OutputParserTest, DescriptionFactsMatchTheQRegExpReading)
         "Memory size: 512\nNumber of CPUs: 1\nState: saved (since x)\n",
         "State:           powered off (since 2024-06-03T09:14:07.512000000)\n",
         "State: aborted (since x)\n", "Memory size:     MB\nNumber of CPUs:\n",
-        "IDEController (1, 1): a (UUID: 1) b (UUID: 2)\n", QString()};
+        "IDEController (1, 1): a (UUID: 1) b (UUID: 2)\n",
+        // Blanks that end a line inside the run after the label are an empty value; a
+        // label inside a word, or a value that no line break ends, is none.
+        "UUID: \t \nx", "UUID:\r\n\t\r\nName:  \t", "xUUID: a\nUUID:\n\n b \r\nName: c",
+        "Name: a\rb\nUUID: a UUID: b", QString()};
     for (const QString &input : inputs)
         EXPECT_EQ(parsedDescription(input), referenceDescription(input)) << input.toStdString();
 }
@@ -240,7 +252,8 @@ TEST(OutputParserTest, LaterLayoutsReadAsThe52Recordings)
               QStringLiteral("2|2048|%1|1=Host-only Interface 'vboxnet0'|2=NAT|"
                              "1c7e5a3b-2d4f-4e6a-8b9c-0d1e2f3a4b5c|"
                              "2d8f6b4c-3e5a-4f7b-9cad-1e2f3a4b5c6d|"
-                             "3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e|")
+                             "3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e|"
+                             "|<5f0d3c2a-8b1e-4c6f-9a7d-2e4b6c8d0f12>|<phone>")
                   .arg(VMToolsMachine::On));
     ASSERT_EQ(sortedProperties(properties).size(), 12);
     ASSERT_TRUE(sortedProperties(properties).contains("product_model=Pixel 2"));
