@@ -3,7 +3,6 @@
 #include <vmtools/vboxlog.h>
 #include <vmtools/vmtoolsobserver.h>
 
-#include <QDeadlineTimer>
 #include <QProcess>
 
 namespace {
@@ -57,22 +56,6 @@ public:
 private:
     QProcess &m_process;
 };
-
-// Waits for the child within the call's limit, as QProcess::waitForFinished would, but
-// stops once exec has succeeded to let the observer reach the child until it has ended.
-bool waitForChild(QProcess &process, int limitMs, VMToolsObserver *observer)
-{
-    const QDeadlineTimer deadline(limitMs);
-    const auto remainingMs = [&deadline] {
-        return static_cast<int>(deadline.remainingTime());
-    };
-    if (observer && process.waitForStarted(remainingMs()))
-        observer->childStarted(process.processId());
-    const bool finished = process.waitForFinished(remainingMs());
-    if (observer)
-        observer->childEnded();
-    return finished;
-}
 
 // The first of the variables that is set and not empty, as the C library reads them.
 QString firstSet(const QProcessEnvironment &env, std::initializer_list<const char *> names)
@@ -128,7 +111,7 @@ CallResult call(const QString &program, const QStringList &arguments, Options op
         VBoxLog::debug() << "Call:" << arguments;
 
     process.start(program, arguments, QIODevice::ReadWrite);
-    const bool finished = waitForChild(process, waitLimit(options), observer);
+    const bool finished = process.waitForFinished(waitLimit(options));
 
     if (observer && observer->isCanceled())
         return {-1, QString(), QStringLiteral("canceled")};
