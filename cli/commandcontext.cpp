@@ -146,7 +146,7 @@ int CommandContext::confirm(const QString &question)
 {
     if (m_parser.isSet(QStringLiteral("yes")) || ::isatty(STDIN_FILENO) != 1)
         return ExitCode::Success;
-    Console::instance().err(question + QStringLiteral(" [y/N] "));
+    Console::instance().ask(question + QStringLiteral(" [y/N] "));
     std::string answer;
     std::getline(std::cin, answer);
     const QString reply = QString::fromStdString(answer).trimmed().toLower();

@@ -57,6 +57,13 @@ void Console::err(const QString &line)
     writeTo(stderr, line + QLatin1Char('\n'));
 }
 
+void Console::ask(const QString &question)
+{
+    QMutexLocker locker(&m_mutex);
+    clearStatusLocked();
+    writeTo(stderr, question);
+}
+
 void Console::setStatus(const QString &line)
 {
     QMutexLocker locker(&m_mutex);

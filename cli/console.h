@@ -15,8 +15,9 @@ public:
     void setStatusEnabled(bool enabled);
     bool statusEnabled() const;
 
-    void out(const QString &text); // written as given
-    void err(const QString &line); // one line; the line feed is added
+    void out(const QString &text);     // written as given
+    void err(const QString &line);     // one line; the line feed is added
+    void ask(const QString &question); // the answer is typed on the same line
     void setStatus(const QString &line);
     void clearStatus();
 

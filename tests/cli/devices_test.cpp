@@ -144,3 +144,49 @@ TEST(CliDevicesTest, CreateCloneRenameAndDeleteRefuseBadRequestsAndReportFailure
                                            "--cpus", "4", "--memory", "1024"}));
     EXPECT_TRUE(calledWithPrefix(standIn, {"unregistervm", "phone"}));
 }
+
+TEST(CliDevicesTest, DestructiveCommandsAskAtATerminalOnly)
+{
+    StandIn standIn;
+    scriptUsualHost(standIn);
+    VmtoolsHost host;
+    const QString disk = host.scratchFile("old.vmdk", "# Disk DescriptorFile\n");
+    struct Row
+    {
+        QStringList arguments;
+        QByteArray typed; // empty: nothing is asked
+        QStringList call; // the call that only a yes lets run
+        bool runs;
+    };
+    const QStringList unregister{"unregistervm", "phone"};
+    const QStringList restore{"snapshot", "phone", "restore"};
+    const QStringList close{"closemedium"};
+    const Row rows[] = {{{"delete", "phone"}, "n\n", unregister, false},
+                        {{"factory-reset", "phone", "--json"}, "\n", restore, false},
+                        {{"delete-disk", disk}, "no\n", close, false},
+                        {{"delete", "phone"}, "Y\n", unregister, true},
+                        {{"factory-reset", "phone"}, "yes\n", restore, true},
+                        {{"delete", "phone", "--yes"}, "", unregister, true}};
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.arguments.join(' ').toStdString());
+        standIn.clearCalls();
+        Terminal terminal;
+        ASSERT_TRUE(terminal.isOpen());
+        const auto vmtools = host.start(row.arguments, terminal.path());
+        if (!row.typed.isEmpty()) {
+            const QByteArray shown = terminal.readUntil("[y/N] ");
+            EXPECT_TRUE(shown.endsWith(" [y/N] ")) << shown.toStdString();
+            terminal.type(row.typed);
+        }
+        ASSERT_TRUE(vmtools->waitForFinished(20000));
+        const QByteArray shown = terminal.readUntil("vmtools: ", row.runs ? 0 : 20000);
+        EXPECT_EQ(shown.contains("[y/N]"), !row.typed.isEmpty()) << shown.toStdString();
+        EXPECT_EQ(calledWithPrefix(standIn, row.call), row.runs);
+        if (!row.runs) {
+            EXPECT_EQ(vmtools->exitCode(), 1);
+            EXPECT_TRUE(shown.contains("vmtools: not confirmed; nothing was changed"))
+                << shown.toStdString();
+        }
+    }
+    // Without a terminal nobody could answer: the pipe runs of the other tests never ask.
+}

@@ -13,8 +13,6 @@
 #include <QThread>
 
 #include <csignal>
-#include <cstdlib>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -58,55 +56,97 @@ TEST(CliExportTest, CtrlCCancelsTheExportAndLeavesNoFileWithAStatusLineOnlyOnATe
     EXPECT_EQ(exportCall.mid(0, 3), (QStringList{"export", "phone", "--output"}));
     EXPECT_TRUE(exportCall.value(3).startsWith(target + "-")) << exportCall.value(3).toStdString();
 
-    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_GE(terminal, 0);
-    ASSERT_EQ(::grantpt(terminal), 0);
-    ASSERT_EQ(::unlockpt(terminal), 0);
-    ::fcntl(terminal, F_SETFL, O_NONBLOCK);
-    vmtools = host.start({"export", "phone", target}, QString::fromLocal8Bit(::ptsname(terminal)));
+    Terminal terminal;
+    ASSERT_TRUE(terminal.isOpen());
+    vmtools = host.start({"export", "phone", target}, terminal.path());
     const QByteArray status = "\r\033[KExporting phone to phone.ova... 0:0";
-    QByteArray shown;
-    for (QDeadlineTimer deadline(20000); !shown.contains(status) && !deadline.hasExpired();) {
-        char buffer[512];
-        const ssize_t n = ::read(terminal, buffer, sizeof buffer);
-        if (n > 0)
-            shown.append(buffer, static_cast<int>(n));
-        else
-            QThread::msleep(50);
-    }
+    const QByteArray shown = terminal.readUntil(status);
     ::kill(static_cast<pid_t>(vmtools->processId()), SIGINT);
     vmtools->waitForFinished(20000);
-    ::close(terminal);
     EXPECT_TRUE(shown.contains(status)) << shown.toStdString();
     EXPECT_EQ(vmtools->exitCode(), 130);
 }
 
-TEST(CliInterruptTest, CtrlCElsewhereLetsTheCallFinishAndRunsNothingMore)
+TEST(CliInterruptTest, InterruptsOutsideAnExportLetTheCallFinishAndMachineFolderSwitchesEnd)
 {
-    StandIn standIn;
-    standIn.onExact(
-        {"list", "hostinfo"},
-        {Answer::ok("Processor online count: 2\nMemory size: 4096 MByte\n").withDelay(1500)});
-    scriptEngineStart(standIn);
-    VmtoolsHost host;
+    const QString userFolder = QStringLiteral("/home/zoé/VirtualBox VMs");
+    const QString interrupted =
+        "vmtools: interrupted; finishing the current VirtualBox call (Ctrl-C again stops at once)";
+    struct Row
+    {
+        const char *what;
+        QStringList arguments; // "APPLIANCE" stands for an appliance file
+        QString slowCall;      // the call that is running when the signals arrive
+        int signalNumber;
+        int signalCount;
+        int exitCode;
+        QStringList errLines; // among what vmtools says
+    };
+    const Row rows[] = {
+        {"Ctrl-C",
+         {"info", "--json"},
+         "list",
+         SIGINT,
+         1,
+         130,
+         {interrupted, "vmtools: interrupted"}},
+        {"SIGTERM", {"info", "--json"}, "list", SIGTERM, 1, 143, {interrupted}},
+        // A second Ctrl-C while the import runs in our deploy folder must not leave
+        // VirtualBox's machine folder there.
+        {"Ctrl-C twice during create",
+         {"create", "watch", "APPLIANCE"},
+         "import",
+         SIGINT,
+         2,
+         130,
+         {interrupted, "vmtools: still finishing: VirtualBox's machine folder must be put back "
+                       "first"}}};
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.what);
+        StandIn standIn;
+        standIn.onExact(
+            {"list", "hostinfo"},
+            {Answer::ok("Processor online count: 2\nMemory size: 4096 MByte\n").withDelay(1500)});
+        standIn.onExact({"list", "systemproperties"},
+                        {Answer::ok("Minimum guest RAM size:          4 Megabytes\n"
+                                    "Maximum guest RAM size:          2097152 Megabytes\n"
+                                    "Minimum guest CPU count:         1\n"
+                                    "Maximum guest CPU count:         32\n"
+                                    "Default machine folder:          " +
+                                    userFolder + "\n")});
+        standIn.onPrefix({"import"}, {Answer::ok().withDelay(3000)});
+        scriptNoMachine(standIn, "watch");
+        scriptUsualHost(standIn);
+        VmtoolsHost host;
+        QStringList arguments = row.arguments;
+        arguments.replaceInStrings("APPLIANCE", host.scratchFile("device.ova", "appliance"));
 
-    const auto vmtools = host.start({"info", "--json"});
-    ASSERT_TRUE(waitForCall(standIn, "list", 20000));
-    ::kill(static_cast<pid_t>(vmtools->processId()), SIGINT);
-    ASSERT_TRUE(vmtools->waitForFinished(20000));
+        const auto vmtools = host.start(arguments);
+        ASSERT_TRUE(waitForCall(standIn, row.slowCall, 20000));
+        for (int i = 0; i < row.signalCount; ++i) {
+            QThread::msleep(300); // two signals sent together would merge into one
+            ::kill(static_cast<pid_t>(vmtools->processId()), row.signalNumber);
+        }
+        ASSERT_TRUE(vmtools->waitForFinished(20000));
 
-    EXPECT_EQ(vmtools->exitCode(), 130);
-    const QStringList err =
-        QString::fromUtf8(vmtools->readAllStandardError()).split('\n', Qt::SkipEmptyParts);
-    EXPECT_TRUE(err.contains("vmtools: interrupted; finishing the current VirtualBox call "
-                             "(Ctrl-C again stops at once)"))
-        << err.join('\n').toStdString();
-    EXPECT_EQ(err.constLast(), "vmtools: interrupted");
-    const QJsonObject json = QJsonDocument::fromJson(vmtools->readAllStandardOutput()).object();
-    EXPECT_EQ(json.value("exitCode"), QJsonValue(130));
-    // The start-up went on to its end; the listing itself never ran.
-    EXPECT_TRUE(calledWithPrefix(standIn, {"--version"}));
-    EXPECT_FALSE(calledWithPrefix(standIn, {"list", "vms"}));
+        EXPECT_EQ(vmtools->exitCode(), row.exitCode);
+        const QStringList err =
+            QString::fromUtf8(vmtools->readAllStandardError()).split('\n', Qt::SkipEmptyParts);
+        for (const QString &line : row.errLines)
+            EXPECT_TRUE(err.contains(line)) << err.join('\n').toStdString();
+        if (row.slowCall == "list") {
+            EXPECT_EQ(err.constLast(), "vmtools: interrupted");
+            const QJsonObject json =
+                QJsonDocument::fromJson(vmtools->readAllStandardOutput()).object();
+            EXPECT_EQ(json.value("exitCode"), QJsonValue(row.exitCode));
+            // The start-up went on to its end; the listing itself never ran.
+            EXPECT_TRUE(calledWithPrefix(standIn, {"--version"}));
+            EXPECT_FALSE(calledWithPrefix(standIn, {"list", "vms"}));
+        } else {
+            EXPECT_EQ(standIn.calls().constLast(),
+                      (QStringList{"setproperty", "machinefolder", userFolder}));
+        }
+    }
 }
 
 TEST(CliExportTest, ExportAndDiskCommandsNeverWriteOverAFileAndReportFailures)

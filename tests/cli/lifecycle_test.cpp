@@ -9,15 +9,35 @@
 TEST(CliLifecycleTest, StartStopCheckWaitIpAndFactoryResetLookAtTheStateFirst)
 {
     StandIn standIn;
-    // Two starts go through, the third finds no hardware virtualization.
-    standIn.onPrefix({"startvm"}, {Answer::ok(), Answer::ok(),
+    // Three starts go through, the fourth finds no hardware virtualization.
+    standIn.onPrefix({"startvm"}, {Answer::ok(), Answer::ok(), Answer::ok(),
                                    Answer::fail(1, "VBoxManage: error: VT-x is not available "
                                                    "(VERR_VMX_NO_VMX)\n")});
     standIn.onExact({"guestproperty", "get", "tablet", "tovalyn_ip_management"},
                     {Answer::ok("No value set!\n"), Answer::ok("Value: 192.168.56.102\n")});
+    // The previous boot's address is gone once the start has cleared it; the new boot
+    // publishes one after a while.
+    standIn.onExact({"guestproperty", "get", "boot", "tovalyn_ip_management"},
+                    {Answer::ok("No value set!\n"), Answer::ok("No value set!\n"),
+                     Answer::ok("Value: 192.168.56.103\n")});
+    standIn.onExact({"guestproperty", "get", "idle", "tovalyn_ip_management"},
+                    {Answer::ok("No value set!\n")});
     scriptDevice(standIn, {"watch", "5d3f1a2b-6c7d-4e8f-9a0b-1c2d3e4f5a6b", "powered off", false});
+    scriptDevice(standIn, {"boot", "2c4e6a8b-0d2f-4b6d-8f1a-3c5e7a9b1d3f", "powered off", true, 3});
+    scriptDevice(standIn, {"idle", "7a1b2c3d-4e5f-4a6b-8c7d-9e0f1a2b3c4d", "running", true});
     scriptUsualHost(standIn);
     VmtoolsHost host;
+
+    expectRuns(host, {{"start boot --wait --timeout 5", 0, "", "192.168.56.103:5555\n"}});
+    const QList<QStringList> calls = standIn.calls();
+    const auto position = [&calls](const QStringList &call) {
+        return calls.indexOf(call);
+    };
+    EXPECT_LT(position({"guestproperty", "set", "boot", "tovalyn_ip_management"}),
+              position({"startvm", "boot", "--type", "headless"}));
+    EXPECT_LT(position({"startvm", "boot", "--type", "headless"}),
+              position({"guestproperty", "get", "boot", "tovalyn_ip_management"}));
+    EXPECT_GE(callsWith(standIn, {"guestproperty", "get", "boot"}).size(), 3);
 
     // The scripted phone never shows as running, so only the calls tell here.
     host.run({"start", "phone"});
@@ -28,6 +48,7 @@ TEST(CliLifecycleTest, StartStopCheckWaitIpAndFactoryResetLookAtTheStateFirst)
          {"stop phone", 0, "", "phone is not running.\n"},
          {"check tablet", 1},
          {"wait-ip tablet", 0, "", "192.168.56.102:5555\n"},
+         {"wait-ip idle --timeout 2 --json", 1, "idle published no address within 2 seconds"},
          // A powered-off device is refused at once instead of being polled for 20 seconds.
          {"wait-ip phone --json", 1, "phone is not running; start it first"},
          {"factory-reset watch --json", 1, "the device has no factory backup", R"({"result": 1})"},
@@ -37,7 +58,8 @@ TEST(CliLifecycleTest, StartStopCheckWaitIpAndFactoryResetLookAtTheStateFirst)
     EXPECT_FALSE(calledWithPrefix(standIn, {"snapshot", "phone", "take"}));
     EXPECT_TRUE(calledWithPrefix(standIn, {"snapshot", "phone", "restore", "factory-backup"}));
     EXPECT_EQ(callsWith(standIn, {"startvm"}),
-              (QList<QStringList>{{"startvm", "phone", "--type", "headless"},
+              (QList<QStringList>{{"startvm", "boot", "--type", "headless"},
+                                  {"startvm", "phone", "--type", "headless"},
                                   {"startvm", "phone", "--type", "gui"}}));
 
     const QList<VmtoolsResult> results =

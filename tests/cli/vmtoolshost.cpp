@@ -7,10 +7,57 @@
 
 #include <gtest/gtest.h>
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QThread>
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+
+Terminal::Terminal()
+    : m_master(::posix_openpt(O_RDWR | O_NOCTTY))
+{
+    if (m_master >= 0 && (::grantpt(m_master) != 0 || ::unlockpt(m_master) != 0)) {
+        ::close(m_master);
+        m_master = -1;
+    }
+    if (m_master >= 0)
+        ::fcntl(m_master, F_SETFL, O_NONBLOCK);
+}
+
+Terminal::~Terminal()
+{
+    if (m_master >= 0)
+        ::close(m_master);
+}
+
+QString Terminal::path() const
+{
+    return QString::fromLocal8Bit(::ptsname(m_master));
+}
+
+QByteArray Terminal::readUntil(const QByteArray &text, int timeoutMs)
+{
+    const QDeadlineTimer deadline(timeoutMs);
+    for (;;) {
+        char buffer[512];
+        ssize_t n = 0;
+        while ((n = ::read(m_master, buffer, sizeof buffer)) > 0)
+            m_shown.append(buffer, static_cast<int>(n));
+        if (m_shown.contains(text) || deadline.hasExpired())
+            return m_shown;
+        QThread::msleep(20);
+    }
+}
+
+void Terminal::type(const QByteArray &keys)
+{
+    [[maybe_unused]] const ssize_t written = ::write(m_master, keys.constData(), keys.size());
+}
 
 QJsonObject VmtoolsResult::json() const
 {
@@ -61,12 +108,14 @@ QProcessEnvironment VmtoolsHost::environment() const
 }
 
 std::unique_ptr<QProcess> VmtoolsHost::start(const QStringList &arguments,
-                                             const QString &stderrPath) const
+                                             const QString &terminalPath) const
 {
     auto process = std::make_unique<QProcess>();
     process->setProcessEnvironment(environment());
-    if (!stderrPath.isEmpty())
-        process->setStandardErrorFile(stderrPath, QIODevice::Append);
+    if (!terminalPath.isEmpty()) {
+        process->setStandardInputFile(terminalPath);
+        process->setStandardErrorFile(terminalPath, QIODevice::Append);
+    }
     process->start(m_dir.path() + QStringLiteral("/bin/vmtools"), arguments);
     process->waitForStarted();
     return process;
@@ -120,7 +169,7 @@ void scriptEngineStart(StandIn &standIn)
 
 namespace {
 
-QString showVmInfo(const DeviceScript &device)
+QString showVmInfo(const DeviceScript &device, const QString &state)
 {
     return QStringLiteral(
                "Name:            %1\nGroups:          /\nUUID:            %2\n"
@@ -132,7 +181,7 @@ QString showVmInfo(const DeviceScript &device)
                "Cable connected: on, Type: virtio\n"
                "NIC 2:           MAC: 0800274D5E6F, Attachment: NAT, Cable connected: on, Type: "
                "82540EM\nNIC 3:           disabled\n")
-        .arg(device.name, device.uuid, device.state);
+        .arg(device.name, device.uuid, state);
 }
 
 QString guestProperties()
@@ -151,8 +200,15 @@ QString guestProperties()
 
 void scriptDevice(StandIn &standIn, const DeviceScript &device)
 {
+    if (device.runningFromLookup >= 0) {
+        QList<Answer> lookups;
+        for (int i = 0; i < device.runningFromLookup; ++i)
+            lookups.append(Answer::ok(showVmInfo(device, device.state)));
+        lookups.append(Answer::ok(showVmInfo(device, QStringLiteral("running"))));
+        standIn.onExact({"showvminfo", device.name}, lookups);
+    }
     for (const QString &id : {device.name, device.uuid}) {
-        standIn.onExact({"showvminfo", id}, {Answer::ok(showVmInfo(device))});
+        standIn.onExact({"showvminfo", id}, {Answer::ok(showVmInfo(device, device.state))});
         standIn.onExact({"guestproperty", "enumerate", id}, {Answer::ok(guestProperties())});
     }
     standIn.onExact({"snapshot", device.name, "list"},

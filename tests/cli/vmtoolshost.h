@@ -10,6 +10,26 @@
 
 class StandIn;
 
+// A pseudo-terminal for vmtools to talk to, as a user at a terminal would.
+class Terminal
+{
+public:
+    Terminal();
+    ~Terminal();
+    Terminal(const Terminal &) = delete;
+    Terminal &operator=(const Terminal &) = delete;
+
+    bool isOpen() const { return m_master >= 0; }
+    QString path() const;
+    // Reads what vmtools shows until it holds `text` or the time is up; all that was shown.
+    QByteArray readUntil(const QByteArray &text, int timeoutMs = 20000);
+    void type(const QByteArray &keys);
+
+private:
+    int m_master = -1;
+    QByteArray m_shown;
+};
+
 struct VmtoolsResult
 {
     int exitCode = -1;
@@ -28,9 +48,9 @@ public:
     VmtoolsHost();
 
     VmtoolsResult run(const QStringList &arguments, int timeoutMs = 60000) const;
-    // stderrPath: a file (a terminal, for example) to take the place of the error pipe.
+    // terminalPath: a terminal to take the place of standard input and the error pipe.
     std::unique_ptr<QProcess> start(const QStringList &arguments,
-                                    const QString &stderrPath = QString()) const;
+                                    const QString &terminalPath = QString()) const;
     // A scratch folder for files the test hands to vmtools.
     QString scratch(const QString &name = QString()) const;
     // A file of the scratch folder with these contents; its path.
@@ -52,6 +72,9 @@ struct DeviceScript
     QString uuid = QStringLiteral("0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11");
     QString state = QStringLiteral("powered off");
     bool factoryBackup = true;
+    // When not negative: the device shows as running from this lookup by name on (a start's
+    // own check that the machine came up).
+    int runningFromLookup = -1;
 };
 // Answers for looking a device up, by name and by UUID, and for its snapshot list.
 void scriptDevice(StandIn &standIn, const DeviceScript &device);
