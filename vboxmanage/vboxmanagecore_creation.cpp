@@ -1,5 +1,8 @@
 #include "vboxmanagecore.h"
 
+#include "hostlock.h"
+#include "machinefolderswitch.h"
+
 #include "vboxoutputparser.h"
 #include "vboxversion.h"
 
@@ -60,6 +63,12 @@ unsigned int VBoxManageCore::createMachine(const QString &appliancePath, const Q
         return EngineResult::CreationFailed;
     }
 
+    // Held until the user's folder is back: another process's create, clone or delete
+    // would otherwise take our deploy directory for the user's folder, or clean the folder
+    // of a device made meanwhile.
+    MachineFolderSwitch folderSwitch(*this);
+    if (!folderSwitch.lock("[createMachine]"))
+        return EngineResult::CreationFailed;
     const QString previousFolder = getCurrentVBoxMachineFolderValue();
     const QString deployDir = deployDirectory();
     const QString deviceFolder = deployDir + name + QDir::separator();
@@ -67,8 +76,9 @@ unsigned int VBoxManageCore::createMachine(const QString &appliancePath, const Q
     if (!doesMachineExist(name))
         cleanDeployDir(deployDir + name);
 
+    folderSwitch.remember(previousFolder);
     if (!setVBoxMachineFolderValue(deployDir)) {
-        setVBoxMachineFolderValue(previousFolder);
+        folderSwitch.restore();
         return EngineResult::CreationFailed;
     }
 
@@ -83,21 +93,21 @@ unsigned int VBoxManageCore::createMachine(const QString &appliancePath, const Q
     if (units.isEmpty()) {
         VBoxLog::critical() << "[createMachine]"
                             << "No disk found in the appliance" << appliancePath;
-        setVBoxMachineFolderValue(previousFolder);
+        folderSwitch.restore();
         return EngineResult::CreationFailed;
     }
     const VBoxManageCommon::CallResult imported = VBoxManageCommon::call(
         m_vboxManagePath, importArguments(appliancePath, name, cpus, memory, disks, units),
         VBoxManageCommon::LongTimeout);
     if (imported.exitCode != 0) {
-        setVBoxMachineFolderValue(previousFolder);
+        folderSwitch.restore();
         return EngineResult::CreationFailed;
     }
 
     const std::unique_ptr<VMToolsMachine> machine(getMachine(name));
     if (!machine) {
         VBoxLog::critical() << "Can't retrieve virtual device after its creation!" << name;
-        setVBoxMachineFolderValue(previousFolder);
+        folderSwitch.restore();
         return EngineResult::CreationFailed;
     }
 
@@ -107,14 +117,17 @@ unsigned int VBoxManageCore::createMachine(const QString &appliancePath, const Q
     if (sdCardSize != 0) {
         const unsigned int sdCard = createSDCard(machine.get(), sdCardSize);
         if (sdCard != EngineResult::Success) {
-            setVBoxMachineFolderValue(previousFolder);
+            folderSwitch.restore();
             return sdCard;
         }
     }
-    setVBoxMachineFolderValue(previousFolder);
+    folderSwitch.restore();
 
+    HostLock networkLock(QStringLiteral("host-only-interface"));
+    networkLock.acquire("[createMachine]");
     if (!findHostOnlyInterface() && createHostOnlyInterface().state != 0)
         return EngineResult::NoHostOnlyInterface;
+    networkLock.release();
     machine->setAdapterType(1, VMToolsMachine::HostOnlyAdapter, getAdapterName());
     machine->setPlayerVersion(1);
     return EngineResult::Success;

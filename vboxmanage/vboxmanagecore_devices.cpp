@@ -1,5 +1,7 @@
 #include "vboxmanagecore.h"
 
+#include "machinefolderswitch.h"
+
 #include <vmtools/engineresult.h>
 #include <vmtools/paths.h>
 #include <vmtools/settings.h>
@@ -124,8 +126,11 @@ unsigned int VBoxManageCore::cloneMachine(VMToolsMachine *machine, const QString
         }
     }
 
-    const QString previousFolder = getCurrentVBoxMachineFolderValue();
+    MachineFolderSwitch folderSwitch(*this);
+    if (!folderSwitch.lock("[Clone device]"))
+        return EngineResult::CloneFailed;
     const QString deployDir = deployDirectory();
+    folderSwitch.remember(getCurrentVBoxMachineFolderValue());
     if (!setVBoxMachineFolderValue(deployDir))
         return EngineResult::CloneFailed;
 
@@ -148,7 +153,7 @@ unsigned int VBoxManageCore::cloneMachine(VMToolsMachine *machine, const QString
         arguments << QStringLiteral("--snapshot") << QStringLiteral("factory-backup");
     const VBoxManageCommon::CallResult result =
         VBoxManageCommon::call(m_vboxManagePath, arguments, VBoxManageCommon::LongTimeout);
-    setVBoxMachineFolderValue(previousFolder);
+    folderSwitch.restore();
     if (result.exitCode != 0)
         return cloneFailureCode(result.error);
 
@@ -201,8 +206,11 @@ bool VBoxManageCore::deleteMachine(VMToolsMachine *machine)
         return false;
     }
     const QString machineFolder = QDir::cleanPath(QDir::fromNativeSeparators(machine->getPath()));
-    const QString previousFolder =
-        QDir::cleanPath(QDir::fromNativeSeparators(getCurrentVBoxMachineFolderValue()));
+    MachineFolderSwitch folderSwitch(*this);
+    if (!folderSwitch.lock("[deleteMachine]"))
+        return false;
+    const QString userFolder = getCurrentVBoxMachineFolderValue();
+    const QString previousFolder = QDir::cleanPath(QDir::fromNativeSeparators(userFolder));
     // The folder is the one VirtualBox reports. It is checked before anything changes, so that
     // a device whose folder cannot be told, or whose folder holds VirtualBox's own machine
     // folder (which may read "default", naming no folder), is never half deleted.
@@ -214,6 +222,7 @@ bool VBoxManageCore::deleteMachine(VMToolsMachine *machine)
         return false;
     }
     const QString deployDir = QDir::fromNativeSeparators(deployDirectory());
+    folderSwitch.remember(userFolder);
     if (!setVBoxMachineFolderValue(deployDir))
         return true;
 
@@ -224,7 +233,7 @@ bool VBoxManageCore::deleteMachine(VMToolsMachine *machine)
                      << "Unregistering VM...";
     const VBoxManageCommon::CallResult result = VBoxManageCommon::call(
         m_vboxManagePath, {QStringLiteral("unregistervm"), name, QStringLiteral("--delete")});
-    setVBoxMachineFolderValue(previousFolder);
+    folderSwitch.restore();
     if (result.exitCode != 0)
         return false;
 

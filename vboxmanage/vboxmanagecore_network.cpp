@@ -1,5 +1,7 @@
 #include "vboxmanagecore.h"
 
+#include "hostlock.h"
+
 #include "interfacestatus.h"
 #include "vboxoutputparser.h"
 
@@ -285,6 +287,8 @@ bool VBoxManageCore::deleteHostOnlyInterface()
 
 void VBoxManageCore::checkAndCreateVboxInterface()
 {
+    HostLock networkLock(QStringLiteral("host-only-interface"));
+    networkLock.acquire("[checkAndCreateVboxInterface]");
     if (findHostOnlyInterface())
         return;
     VBoxLog::debug() << "[checkAndCreateVboxInterface] network interface is recreated";

@@ -1,5 +1,8 @@
 #include "vboxmanagecore.h"
 
+#include "hostlock.h"
+#include "machinefolderswitch.h"
+
 #include <vmtools/settings.h>
 #include <vmtools/vboxlog.h>
 #include <vmtools/vboxmanagecommon.h>
@@ -39,7 +42,12 @@ LoadStateInfo VBoxManageCore::initialize()
 
     loadMaxCPUNumber(hostinfo);
     loadMaxMemorySize(hostinfo);
+    MachineFolderSwitch::recoverLeftover(*this);
 
+    // Two hosts starting together would each make an interface of their own; the second
+    // one finds the first one's, saved in the settings, once it has the lock.
+    HostLock networkLock(QStringLiteral("host-only-interface"));
+    networkLock.acquire("[initialize]");
     m_adapterName = Settings::get(QStringLiteral("host.only.interface"), QString()).toString();
     VBoxLog::debug() << "get" << m_adapterName << "from"
                      << "host.only.interface";

@@ -66,6 +66,9 @@ QVariant get(const QString &key, const QVariant &defaultValue)
     const QList<QSharedPointer<QSettings>> layers = controller().layersFor(key);
     QVariant found;
     for (const auto &layer : layers) {
+        // The desktop application and vmtools share these files: take in what the other
+        // wrote since.
+        layer->sync();
         const QVariant value = layer->value(key);
         if (holdsValue(value)) {
             found = value;

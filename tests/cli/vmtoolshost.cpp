@@ -99,7 +99,8 @@ QString VmtoolsHost::scratchFile(const QString &name, const QByteArray &contents
 QProcessEnvironment VmtoolsHost::environment() const
 {
     // Read at each start: the stand-in changes PATH while it lives.
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    QProcessEnvironment environment =
+        m_base.isEmpty() ? QProcessEnvironment::systemEnvironment() : m_base;
     const QString home = m_dir.path() + QStringLiteral("/home");
     environment.insert(QStringLiteral("HOME"), home);
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/.config"));

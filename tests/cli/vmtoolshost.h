@@ -47,6 +47,10 @@ class VmtoolsHost
 public:
     VmtoolsHost();
 
+    // The environment that runs start from instead of this process's own (which the
+    // scripted stand-in changes while it lives); HOME and QM_HOME are still the host's.
+    void setBaseEnvironment(const QProcessEnvironment &base) { m_base = base; }
+
     VmtoolsResult run(const QStringList &arguments, int timeoutMs = 60000) const;
     // terminalPath: a terminal to take the place of standard input and the error pipe.
     std::unique_ptr<QProcess> start(const QStringList &arguments,
@@ -60,6 +64,7 @@ private:
     QProcessEnvironment environment() const;
 
     QTemporaryDir m_dir;
+    QProcessEnvironment m_base;
 };
 
 // The VBoxManage answers that the engine's start-up needs: host information (8 CPUs

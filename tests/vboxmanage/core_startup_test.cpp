@@ -1,5 +1,7 @@
 #include "vboxtest.h"
 
+#include "hostlock.h"
+
 #include <vmtools/settings.h>
 #include <vmtools/vmtoolsengine.h>
 
@@ -179,4 +181,36 @@ TEST(CoreStartupTest, HostInfoIsTriedSixTimes)
         EXPECT_TRUE(
             log.contains(QtWarningMsg, "[VBox] empty result for 'vboxmanage list hostinfo'"));
     }
+}
+
+// A machine folder that an ended process left switched goes back at the next start-up,
+// unless another process is switching it now.
+TEST(CoreStartupTest, AMachineFolderLeftSwitchedIsPutBackUnlessOneIsBeingSwitched)
+{
+    const QString note = HostLock::folder() + "/machine-folder.user";
+    const QStringList putBack{"setproperty", "machinefolder", "/home/u/VirtualBox VMs"};
+    for (const bool switching : {false, true}) {
+        SCOPED_TRACE(switching ? "switching" : "left switched");
+        QDir().mkpath(HostLock::folder());
+        QFile file(note);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(putBack.last().toUtf8());
+        file.close();
+        HostLock other(QStringLiteral("machine-folder"));
+        if (switching) {
+            ASSERT_TRUE(other.tryAcquire());
+        }
+        StandIn standIn;
+        standIn.onExact(putBack, {Answer::ok()});
+        LogCapture log;
+        const Loaded loaded = startUp(standIn, "vboxnet0");
+        ASSERT_TRUE(loaded.engine);
+        EXPECT_EQ(standIn.calls().mid(0, 2).contains(putBack), !switching);
+        EXPECT_EQ(QFile::exists(note), switching);
+        EXPECT_EQ(log.contains(QtWarningMsg, "[VBox] [machineFolder] Putting back the machine "
+                                             "folder \"/home/u/VirtualBox VMs\" that an "
+                                             "interrupted operation left switched"),
+                  !switching);
+    }
+    QFile::remove(note);
 }

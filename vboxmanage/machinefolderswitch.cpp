@@ -1,0 +1,71 @@
+#include "machinefolderswitch.h"
+
+#include "vboxmanagecore.h"
+
+#include <vmtools/vboxlog.h>
+
+#include <QFile>
+#include <QSaveFile>
+
+MachineFolderSwitch::MachineFolderSwitch(const VBoxManageCore &core)
+    : m_core(core)
+    , m_lock(QStringLiteral("machine-folder"))
+{}
+
+QString MachineFolderSwitch::notePath()
+{
+    return HostLock::folder() + QStringLiteral("/machine-folder.user");
+}
+
+bool MachineFolderSwitch::lock(const char *operation)
+{
+    if (!m_lock.acquire(operation))
+        return false;
+    putBackNoted(m_core);
+    return true;
+}
+
+void MachineFolderSwitch::remember(const QString &userFolder)
+{
+    m_userFolder = userFolder;
+    QSaveFile note(notePath());
+    if (!note.open(QIODevice::WriteOnly) || note.write(userFolder.toUtf8()) < 0 || !note.commit()) {
+        VBoxLog::warning() << "[machineFolder]"
+                           << "Can't note the user's machine folder in" << notePath();
+    }
+}
+
+bool MachineFolderSwitch::restore()
+{
+    const bool restored = m_core.setVBoxMachineFolderValue(m_userFolder);
+    // A folder that VirtualBox did not take back stays noted for the next switch to retry.
+    if (restored)
+        QFile::remove(notePath());
+    m_lock.release();
+    return restored;
+}
+
+void MachineFolderSwitch::recoverLeftover(const VBoxManageCore &core)
+{
+    if (!QFile::exists(notePath()))
+        return;
+    HostLock lock(QStringLiteral("machine-folder"));
+    if (lock.tryAcquire())
+        putBackNoted(core);
+}
+
+bool MachineFolderSwitch::putBackNoted(const VBoxManageCore &core)
+{
+    QFile note(notePath());
+    if (!note.open(QIODevice::ReadOnly))
+        return true;
+    const QString folder = QString::fromUtf8(note.readAll());
+    note.close();
+    VBoxLog::warning() << "[machineFolder]"
+                       << "Putting back the machine folder" << folder
+                       << "that an interrupted operation left switched";
+    if (!core.setVBoxMachineFolderValue(folder))
+        return false;
+    note.remove();
+    return true;
+}
