@@ -16,6 +16,8 @@
 #include <vmtools/vmtoolsengine.h>
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonObject>
 
@@ -61,8 +63,23 @@ int loadEngine(CommandContext &context, std::unique_ptr<VMToolsEngine> *engine)
     return ExitCode::Success;
 }
 
+// The per-user folders end the process when QM_HOME names a folder that cannot be made:
+// say so plainly before anything reaches them.
+int checkDataFolder(CommandContext &context)
+{
+    const QString home = QFile::decodeName(qgetenv("QM_HOME"));
+    if (home.isEmpty() || QDir().mkpath(home))
+        return ExitCode::Success;
+    return context.out().fail(
+        QStringLiteral("QM_HOME is set to '%1', but this directory cannot be created").arg(home),
+        ExitCode::Failure);
+}
+
 int runCommand(CommandContext &context)
 {
+    const int dataFolder = checkDataFolder(context);
+    if (dataFolder != ExitCode::Success)
+        return dataFolder;
     if (context.command().check) {
         const int checked = context.command().check(context);
         if (checked != ExitCode::Success)

@@ -54,8 +54,12 @@ void handleMessage(QtMsgType type, const QMessageLogContext &, const QString &te
     // vmtools line that names their cause.
     if (log.verbose)
         Console::instance().err(text);
-    if (type == QtFatalMsg)
+    if (type == QtFatalMsg) {
+        // The process ends here: whoever runs it must learn why.
+        if (!log.verbose)
+            Console::instance().err(QStringLiteral("vmtools: ") + text);
         std::abort();
+    }
 }
 
 } // namespace

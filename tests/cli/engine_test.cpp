@@ -100,6 +100,17 @@ TEST(CliEngineTest, UsageHelpAndDeployFolderNeedNoVirtualBoxAndWithoutItNothingE
     }
     EXPECT_TRUE(standIn.calls().isEmpty());
 
+    // A data folder that cannot be made is said plainly, before anything runs.
+    const QString unusable = host.scratchFile("file", "") + "/qm";
+    host.setVariable("QM_HOME", unusable);
+    for (const char *command : {"info", "list", "deploy-dir"})
+        expectRuns(host, {{command, 1,
+                           "QM_HOME is set to '" + unusable +
+                               "', but this directory cannot be "
+                               "created"}});
+    EXPECT_TRUE(standIn.calls().isEmpty());
+    host.setVariable("QM_HOME", host.scratch("qm"));
+
     // With no answer from VirtualBox the engine cannot start, and nothing more is asked.
     const VmtoolsResult result =
         expectRuns(host, {{"info --json -v", 3,

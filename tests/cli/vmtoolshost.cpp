@@ -105,6 +105,7 @@ QProcessEnvironment VmtoolsHost::environment() const
     environment.insert(QStringLiteral("HOME"), home);
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/.config"));
     environment.insert(QStringLiteral("QM_HOME"), home + QStringLiteral("/qm"));
+    environment.insert(m_variables);
     return environment;
 }
 

@@ -50,6 +50,8 @@ public:
     // The environment that runs start from instead of this process's own (which the
     // scripted stand-in changes while it lives); HOME and QM_HOME are still the host's.
     void setBaseEnvironment(const QProcessEnvironment &base) { m_base = base; }
+    // A variable of later runs, over the host's own (such as QM_HOME).
+    void setVariable(const QString &name, const QString &value) { m_variables.insert(name, value); }
 
     VmtoolsResult run(const QStringList &arguments, int timeoutMs = 60000) const;
     // terminalPath: a terminal to take the place of standard input and the error pipe.
@@ -65,6 +67,7 @@ private:
 
     QTemporaryDir m_dir;
     QProcessEnvironment m_base;
+    QProcessEnvironment m_variables;
 };
 
 // The VBoxManage answers that the engine's start-up needs: host information (8 CPUs

@@ -1,0 +1,148 @@
+// vmtools against the simulated VirtualBox: two at once, as the desktop application and
+// vmtools (or two vmtools) may run, sharing VirtualBox's default machine folder and its
+// host-only interface; and a host whose disk fills up or whose folders cannot be written.
+#include "vmtoolshost.h"
+
+#include "simhost.h"
+
+#include <QDir>
+
+#include <csignal>
+
+namespace {
+
+QString machineFolder(const SimHost &sim)
+{
+    const QString properties = sim.vbox({"list", "systemproperties"}).out;
+    const QRegularExpression folder("^Default machine folder: +(.*)$",
+                                    QRegularExpression::MultilineOption);
+    return folder.match(properties).captured(1);
+}
+
+// The exit codes of two runs started at the same moment, in order.
+QList<int> together(const VmtoolsHost &host, const QStringList &first, const QStringList &second)
+{
+    const auto one = host.start(first);
+    const auto two = host.start(second);
+    QList<int> codes;
+    for (QProcess *process : {one.get(), two.get()}) {
+        process->waitForFinished(120000);
+        codes.append(process->exitCode());
+    }
+    return codes;
+}
+
+// vmtools with the stand-in first on its PATH.
+void useSimulator(VmtoolsHost &host, const SimHost &sim)
+{
+    QProcessEnvironment environment = sim.environment();
+    environment.insert("PATH", QStringLiteral(VBOXSIM_BIN_DIR) + ':' + environment.value("PATH"));
+    host.setBaseEnvironment(environment);
+}
+
+int deviceCount(const SimHost &sim)
+{
+    return sim.vbox({"list", "vms"}).out.count(" {");
+}
+
+const QString Appliance = QStringLiteral(VBOXSIM_SAMPLE_OVA);
+
+} // namespace
+
+TEST(CliSimulatedHostTest, TwoProcessesShareTheMachineFolderAndTheHostOnlyInterface)
+{
+    SimHost sim; // a fresh host: no host-only interface yet
+    VmtoolsHost host;
+    useSimulator(host, sim);
+    const QString userFolder = machineFolder(sim);
+    ASSERT_FALSE(userFolder.isEmpty());
+    const QString &ova = Appliance;
+    const QString deploy = host.scratch() + "/../home/qm/.Brellstock/Quillomate/deployed";
+    const auto devices = [&sim] {
+        return deviceCount(sim);
+    };
+
+    // Two start-ups that may repair the network make one interface between them.
+    EXPECT_EQ(together(host, {"repair-network"}, {"repair-network"}), (QList<int>{0, 0}));
+    EXPECT_EQ(sim.vbox({"list", "hostonlyifs"})
+                  .out.count(QRegularExpression("^Name:", QRegularExpression::MultilineOption)),
+              1);
+
+    // Different names: both devices, and the user's folder back. The same name: one
+    // device, one clean failure, and the made device's folder intact.
+    EXPECT_EQ(together(host, {"create", "a", ova}, {"create", "b", ova}), (QList<int>{0, 0}));
+    EXPECT_EQ(machineFolder(sim), userFolder);
+    QList<int> codes = together(host, {"create", "c", ova}, {"create", "c", ova});
+    std::sort(codes.begin(), codes.end());
+    EXPECT_EQ(codes, (QList<int>{0, 1}));
+    EXPECT_EQ(devices(), 3);
+    EXPECT_TRUE(QFileInfo::exists(deploy + "/c/android_system_disk.vmdk"));
+    codes = together(host, {"clone", "a", "d"}, {"clone", "b", "d"});
+    std::sort(codes.begin(), codes.end());
+    EXPECT_EQ(codes, (QList<int>{0, 1}));
+    EXPECT_EQ(devices(), 4);
+    EXPECT_TRUE(QFileInfo::exists(deploy + "/d/d.vbox"));
+    EXPECT_EQ(machineFolder(sim), userFolder);
+
+    // Killed while the folder is switched: the next start-up, even a read-only one, puts it
+    // back.
+    sim.setFaults("import slow ms=3000\n");
+    const auto killed = host.start({"create", "e", ova});
+    for (int i = 0; i < 200 && machineFolder(sim) == userFolder; ++i)
+        QThread::msleep(50);
+    ASSERT_NE(machineFolder(sim), userFolder);
+    ::kill(static_cast<pid_t>(killed->processId()), SIGKILL);
+    killed->waitForFinished();
+    EXPECT_EQ(host.run({"info"}).exitCode, 0);
+    EXPECT_EQ(machineFolder(sim), userFolder);
+}
+
+TEST(CliSimulatedHostTest, AFullDiskOrAnUnusableFolderFailsClearlyAndLeavesNothingHalfMade)
+{
+    SimHost sim;
+    VmtoolsHost host;
+    useSimulator(host, sim);
+    ASSERT_EQ(host.run({"create", "a", Appliance}).exitCode, 0);
+    const QString userFolder = machineFolder(sim);
+    const QString target = host.scratch("a.ova");
+    const QString notAFolder = host.scratchFile("file", "") + "/deployed";
+    struct Row
+    {
+        QString faults;
+        Expect run;
+        int devicesAfter;
+    };
+    const Row rows[] = {
+        {"export diskfull\n",
+         {"export a " + target, 1, "a could not be exported to " + target + ": the disk is full"},
+         1},
+        {"clonevm diskfull\n", {"clone a b", 1, "the disk became full during the clone"}, 1},
+        // VirtualBox keeps a device whose SD card could not be made; it works without one.
+        {"createhd diskfull\n",
+         {"create c " + Appliance + " --sdcard 512", 1,
+          "the SD-card image could not be created: the disk is full"},
+         2},
+        {"", {"deploy-dir " + notAFolder, 1, "cannot create the folder " + notAFolder}, 2},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.run.arguments.join(' ').toStdString());
+        sim.setFaults(row.faults);
+        expectRuns(host, {row.run});
+        EXPECT_EQ(deviceCount(sim), row.devicesAfter);
+        EXPECT_EQ(machineFolder(sim), userFolder);
+        // No appliance, no temporary folder beside it, and the file left as it was.
+        EXPECT_EQ(QDir(host.scratch()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                  QStringList{"file"});
+    }
+    EXPECT_FALSE(QFileInfo::exists(host.scratch() + "/../home/qm/.Brellstock/Quillomate/"
+                                                    "deployed/b"));
+
+    // A deploy folder that the desktop application chose and that cannot be made.
+    QFile settings(host.scratch() + "/../home/.config/Brellstock/Quillomate.conf");
+    ASSERT_TRUE(settings.open(QIODevice::Append));
+    settings.write("vms.path=" + notAFolder.toUtf8() + '\n');
+    settings.close();
+    expectRuns(host, {{"create d " + Appliance, 1, "the device could not be created"}});
+    EXPECT_EQ(deviceCount(sim), 2);
+    EXPECT_EQ(machineFolder(sim), userFolder);
+}
