@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The test command: installs what is missing, builds, and runs every test through
 # CTest; then builds the tests again with AddressSanitizer and UndefinedBehaviorSanitizer
-# and runs them once more, failing on any report. SANITIZERS=0 skips the second pass.
+# and runs them once more, failing on any report (SANITIZERS=0 skips that pass), and the
+# command runner's and the observer's tests under ThreadSanitizer (TSAN=0 skips them).
 # In CI (CI=true), or with PACKAGE=1, it also builds, installs and removes the Debian
 # packages.
 set -euo pipefail
@@ -45,6 +46,12 @@ if [[ "${SANITIZERS:-1}" != 0 ]]; then
     export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
     export LSAN_OPTIONS=suppressions=$root/tests/sanitizer/lsan.supp
     run_tests "$root/build-asan" -DCMAKE_BUILD_TYPE=Debug -DVMTOOLS_SANITIZE=address,undefined
+fi
+
+# The command runner and the observer under ThreadSanitizer, with a thousand cancellations
+# at random moments.
+if [[ "${TSAN:-1}" != 0 ]]; then
+    "$root/scripts/tsan.sh"
 fi
 
 # Every fuzz target for a few seconds, so that none rots; the linearity timings are left to

@@ -5,6 +5,48 @@
 
 #include <csignal>
 
+#if defined(__SANITIZE_THREAD__)
+#define VMTOOLS_TSAN 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define VMTOOLS_TSAN 1
+#endif
+#endif
+
+#ifdef VMTOOLS_TSAN
+extern "C" void __tsan_acquire(void *address);
+extern "C" void __tsan_release(void *address);
+#endif
+
+namespace {
+
+// The observer's lock. Qt is not built with ThreadSanitizer, so the sanitizer cannot see
+// the order that a QMutex gives; under it, the lock says so itself.
+class ObserverLock
+{
+public:
+    explicit ObserverLock(QMutex *mutex)
+        : m_locker(mutex)
+    {
+#ifdef VMTOOLS_TSAN
+        __tsan_acquire(mutex);
+#endif
+    }
+    ~ObserverLock()
+    {
+#ifdef VMTOOLS_TSAN
+        __tsan_release(m_locker.mutex());
+#endif
+    }
+    ObserverLock(const ObserverLock &) = delete;
+    ObserverLock &operator=(const ObserverLock &) = delete;
+
+private:
+    QMutexLocker m_locker;
+};
+
+} // namespace
+
 VMToolsObserver::VMToolsObserver(QObject *parent)
     : QObject(parent)
 {}
@@ -13,19 +55,19 @@ VMToolsObserver::~VMToolsObserver() = default;
 
 void VMToolsObserver::setProcess(QProcess *process)
 {
-    QMutexLocker locker(&m_mutex);
+    const ObserverLock locker(&m_mutex);
     m_process = process;
 }
 
 bool VMToolsObserver::isCanceled() const
 {
-    QMutexLocker locker(&m_mutex);
+    const ObserverLock locker(&m_mutex);
     return m_canceled;
 }
 
 void VMToolsObserver::reset()
 {
-    QMutexLocker locker(&m_mutex);
+    const ObserverLock locker(&m_mutex);
     m_canceled = false;
 }
 
@@ -33,7 +75,7 @@ void VMToolsObserver::reset()
 // The lock is held while signalling so that setProcess cannot swap the process.
 bool VMToolsObserver::cancel()
 {
-    QMutexLocker locker(&m_mutex);
+    const ObserverLock locker(&m_mutex);
     m_canceled = true;
     if (m_process.isNull())
         return false;
