@@ -230,9 +230,11 @@ int setPropertyCommand(Context &context, const QStringList &args)
         return syntaxError(context, QStringLiteral("Incorrect number of parameters"));
     if (args[1] != QLatin1String("machinefolder"))
         return syntaxError(context, QStringLiteral("Invalid parameter '%1'").arg(args[1]));
-    context.host.machineFolder = args[2] == QLatin1String("default")
-                                     ? HostState::defaultHost(context.home).machineFolder
-                                     : cleanAbsolutePath(args[2]);
+    // VBoxManage passes "default" on as an empty path, and VBoxSVC takes an empty path,
+    // however it came, for its default folder.
+    const bool reset = args[2].isEmpty() || args[2] == QLatin1String("default");
+    context.host.machineFolder =
+        reset ? HostState::defaultHost(context.home).machineFolder : cleanAbsolutePath(args[2]);
     context.changed = true;
     return ExitSuccess;
 }

@@ -2,17 +2,32 @@
 
 #include <cstdio>
 
+#include <signal.h>
+#include <unistd.h>
+
 namespace VBoxSim {
 
 volatile std::sig_atomic_t g_interrupted = 0;
 
 namespace {
 
-void write(FILE *stream, const QString &text)
+bool g_holding = false;
+QByteArray g_heldOut;
+QByteArray g_heldErr;
+
+void writeBytes(FILE *stream, const QByteArray &bytes)
 {
-    const QByteArray bytes = text.toUtf8();
+    if (g_holding) {
+        (stream == stdout ? g_heldOut : g_heldErr).append(bytes);
+        return;
+    }
     std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
     std::fflush(stream);
+}
+
+void write(FILE *stream, const QString &text)
+{
+    writeBytes(stream, text.toUtf8());
 }
 
 extern "C" void onInterrupt(int)
@@ -30,6 +45,26 @@ void printOut(const QString &text)
 void printErr(const QString &text)
 {
     write(stderr, text);
+}
+
+void printOutBytes(const QByteArray &bytes)
+{
+    writeBytes(stdout, bytes);
+}
+
+void holdOutput()
+{
+    g_holding = true;
+}
+
+void dieHalfWay()
+{
+    g_holding = false;
+    writeBytes(stdout, g_heldOut.left(g_heldOut.size() / 2));
+    writeBytes(stderr, g_heldErr.left(g_heldErr.size() / 2));
+    ::kill(::getpid(), SIGKILL);
+    for (;;)
+        ::pause();
 }
 
 void printError(const QString &message)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -14,6 +15,13 @@ enum ExitCode { ExitSuccess = 0, ExitFailure = 1, ExitSyntax = 2, ExitInit = 3 }
 
 void printOut(const QString &text);
 void printErr(const QString &text);
+// Bytes as they are, for output that is not text.
+void printOutBytes(const QByteArray &bytes);
+
+// Keeps all further output back, for a run that is to die half-way through printing it.
+void holdOutput();
+// Prints the first half of what each stream held back, then ends the process with SIGKILL.
+[[noreturn]] void dieHalfWay();
 
 // One "VBoxManage: error: " line per line of `message`.
 void printError(const QString &message);

@@ -13,6 +13,9 @@ namespace {
 
 using Handler = int (*)(Context &, const QStringList &);
 
+// Far past the longest limit a client sets (300 s); the client or the test ends the run.
+constexpr unsigned long HangSeconds = 24 * 60 * 60;
+
 const QMap<QString, Handler> &handlers()
 {
     static const QMap<QString, Handler> table = {
@@ -46,6 +49,56 @@ const QMap<QString, Handler> &handlers()
 QString environment(const char *name)
 {
     return QString::fromLocal8Bit(qgetenv(name));
+}
+
+const QStringList &versionFlags()
+{
+    static const QStringList flags = {"--version", "-v", "-V", "-version", "-Version"};
+    return flags;
+}
+
+// 100 MiB of lines that no reader knows: 80 blocks of 16384 lines of 80 bytes.
+void printFlood()
+{
+    const QByteArray block = (QByteArray(79, 'x') + '\n').repeated(16384);
+    for (int i = 0; i < 80; ++i)
+        printOutBytes(block);
+}
+
+// A lone continuation byte, a cut sequence, an overlong form, an encoded surrogate and
+// bytes that UTF-8 never uses, with NUL bytes among them.
+void printGarbage()
+{
+    static const char bytes[] = "\xa0\xa1 Name:\xc3\x28 \xe2\x28\xa1\xf0\x28\x8c\xbc\n"
+                                "UUID:\xc0\xaf\xed\xa0\x80\xfe\xff\n\0State:\0\xff\n";
+    printOutBytes(QByteArray(bytes, sizeof(bytes) - 1));
+}
+
+// What VBoxManage prints when it cannot reach VBoxSVC; "--version" needs no service.
+bool serviceUnavailable(const QStringList &args)
+{
+    if (args.isEmpty() || versionFlags().contains(args.first()))
+        return false;
+    printError(QStringLiteral("Failed to create the VirtualBox object!\n"
+                              "Code NS_ERROR_FACTORY_NOT_REGISTERED (0x80040154) - Class not "
+                              "registered (extended info not available)\n"
+                              "Most likely, the VirtualBox COM server is not running or failed to "
+                              "start."));
+    return true;
+}
+
+// The process faults that print their own answer instead of running the command.
+bool answerInstead(const QString &kind, const QStringList &args, int *exitCode)
+{
+    if (kind == QLatin1String("flood"))
+        printFlood();
+    else if (kind == QLatin1String("garbage"))
+        printGarbage();
+    else if (kind == QLatin1String("noservice") && serviceUnavailable(args))
+        *exitCode = ExitFailure;
+    else if (kind != QLatin1String("empty"))
+        return false;
+    return true;
 }
 
 // Faults that act the same on every command; the others are left to the handlers.
@@ -98,7 +151,9 @@ int syntaxError(Context &context, const QString &message)
     return ExitSyntax;
 }
 
-int runVBoxManage(const QStringList &args)
+namespace {
+
+int runCommand(const QStringList &args)
 {
     Context context;
     context.format = Format::create(environment("VBOXSIM_VERSION"), UserLocale::messageLanguage());
@@ -107,8 +162,7 @@ int runVBoxManage(const QStringList &args)
                                                          "<command>\n"));
         return ExitSuccess;
     }
-    static const QStringList versionFlags = {"--version", "-v", "-V", "-version", "-Version"};
-    if (versionFlags.contains(args.first())) {
+    if (versionFlags().contains(args.first())) {
         printOut(context.format->versionString() + '\n');
         return ExitSuccess;
     }
@@ -157,6 +211,29 @@ int runVBoxManage(const QStringList &args)
         printError(QStringLiteral("Cannot save the simulated host in '%1'").arg(context.home));
         return ExitFailure;
     }
+    return exitCode;
+}
+
+} // namespace
+
+int runVBoxManage(const QStringList &args)
+{
+    Faults faults;
+    faults.load(environment("VBOXSIM_FAULTS"), environment("VBOXSIM_HOME"));
+    const Fault *fault = faults.take(args, Faults::Process);
+    const QString kind = fault ? fault->kind : QString();
+    if (kind == QLatin1String("hang"))
+        QThread::sleep(HangSeconds);
+    int exitCode = ExitSuccess;
+    if (answerInstead(kind, args, &exitCode))
+        return exitCode;
+    // VBoxSVC does the work; the client dies while it prints what came of it.
+    const bool dies = kind == QLatin1String("killed");
+    if (dies)
+        holdOutput();
+    exitCode = runCommand(args);
+    if (dies)
+        dieHalfWay();
     return exitCode;
 }
 

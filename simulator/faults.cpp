@@ -49,8 +49,9 @@ bool Faults::parseLine(const QString &line, Fault *fault)
     *fault = Fault();
     fault->command = words[0].split('/');
     fault->kind = words[1];
-    static const QStringList kinds = {"vmx",  "svm",  "diskfull", "locked",
-                                      "fail", "slow", "down",     "nodriver"};
+    static const QStringList kinds = {"vmx",   "svm",     "diskfull", "locked",   "fail",
+                                      "slow",  "down",    "nodriver", "killed",   "hang",
+                                      "flood", "garbage", "empty",    "noservice"};
     if (!kinds.contains(fault->kind))
         return false;
     for (int i = 2; i < words.size(); ++i) {
@@ -123,11 +124,19 @@ bool Faults::useUp(const Fault &fault) const
     return used < fault.count;
 }
 
+Faults::Stage Faults::stageOf(const QString &kind)
+{
+    static const QStringList processKinds = {"killed",  "hang",  "flood",
+                                             "garbage", "empty", "noservice"};
+    if (kind == QLatin1String("nodriver"))
+        return Wrapper;
+    return processKinds.contains(kind) ? Process : Command;
+}
+
 const Fault *Faults::take(const QStringList &args, Stage stage)
 {
     for (const Fault &fault : m_faults) {
-        const bool wrapperFault = fault.kind == QLatin1String("nodriver");
-        if (wrapperFault != (stage == Wrapper) || !fault.matches(args))
+        if (stageOf(fault.kind) != stage || !fault.matches(args))
             continue;
         if (fault.count < 0 || useUp(fault))
             return &fault;

@@ -13,7 +13,8 @@ struct Fault
 {
     QStringList command; // leading arguments that select the run, e.g. {"hostonlyif", "create"};
                          // {"*"} selects every run
-    QString kind;        // vmx, svm, diskfull, locked, fail, slow, down, nodriver
+    QString kind;        // vmx, svm, diskfull, locked, fail, slow, down, nodriver, and the
+                         // process faults killed, hang, flood, garbage, empty, noservice
     int count = -1;      // how many matching runs fail; -1 for all of them
     QString vm;
     int ms = 5000;
@@ -31,11 +32,13 @@ public:
     // are skipped.
     void load(const QString &faultFile, const QString &home);
     // The first fault that matches and still has uses left; using it counts one use. The
-    // wrapper's faults (nodriver) act before VBoxManage itself and apart from the others.
-    enum Stage { Command, Wrapper };
+    // wrapper's faults (nodriver) act before VBoxManage itself and apart from the others;
+    // the process faults act on the run as a whole, before any command is read.
+    enum Stage { Command, Wrapper, Process };
     const Fault *take(const QStringList &args, Stage stage = Command);
 
     static bool parseLine(const QString &line, Fault *fault);
+    static Stage stageOf(const QString &kind);
 
 private:
     bool useUp(const Fault &fault) const;

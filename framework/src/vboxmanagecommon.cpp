@@ -1,11 +1,18 @@
 #include <vmtools/vboxmanagecommon.h>
 
+#include "vboxmanagecommon_p.h"
+
 #include <vmtools/vboxlog.h>
 #include <vmtools/vmtoolsobserver.h>
 
 #include <QProcess>
 
+#include <atomic>
+
 namespace {
+
+std::atomic<int> g_defaultLimitMs{VBoxManageCommon::DefaultTimeoutMs};
+std::atomic<int> g_longLimitMs{VBoxManageCommon::LongTimeoutMs};
 
 QString textUpToNul(const QByteArray &bytes)
 {
@@ -18,8 +25,8 @@ int waitLimit(VBoxManageCommon::Options options)
     if (options.testFlag(VBoxManageCommon::WaitForever))
         return -1;
     if (options.testFlag(VBoxManageCommon::LongTimeout))
-        return VBoxManageCommon::LongTimeoutMs;
-    return VBoxManageCommon::DefaultTimeoutMs;
+        return g_longLimitMs;
+    return g_defaultLimitMs;
 }
 
 void logOutcome(bool finished, const VBoxManageCommon::CallResult &result)
@@ -95,6 +102,13 @@ QProcessEnvironment childEnvironment(const QProcessEnvironment &base)
     env.insert(QStringLiteral("LC_MESSAGES"), QStringLiteral("C"));
     env.remove(QStringLiteral("LANGUAGE"));
     return env;
+}
+
+void setTimeLimitsForTesting(int defaultMs, int longMs)
+{
+    const bool restore = defaultMs <= 0 || longMs <= 0;
+    g_defaultLimitMs = restore ? DefaultTimeoutMs : defaultMs;
+    g_longLimitMs = restore ? LongTimeoutMs : longMs;
 }
 
 CallResult call(const QString &program, const QStringList &arguments, Options options,

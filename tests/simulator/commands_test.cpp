@@ -449,3 +449,58 @@ TEST(SimulatorCommands, ConcurrentRunsLoseNoChangeAndASlowOneHoldsUpNoOther)
     slow->kill();
     slow->waitForFinished();
 }
+
+// Faults of the whole run, which the plug-in meets in SimulatorFaults: what reaches the
+// client, and that the work of a run killed half-way is done all the same.
+TEST(SimulatorCommands, ProcessFaultsActOnTheWholeRun)
+{
+    SimHost host;
+    host.addHostOnlyNetwork();
+    const ToolRun listing = host.vbox({"list", "hostonlyifs"});
+    const QString unreachable =
+        errorLines({"Failed to create the VirtualBox object!",
+                    "Code NS_ERROR_FACTORY_NOT_REGISTERED (0x80040154) - Class not registered "
+                    "(extended info not available)",
+                    "Most likely, the VirtualBox COM server is not running or failed to start."});
+    host.setFaults("list/hostonlyifs killed count=1\nhostonlyif/create killed\n"
+                   "showvminfo noservice\nlist/vms flood\nlist/dhcpservers garbage\n"
+                   "list/bridgedifs empty\n--version noservice\n* killed\n");
+    const auto killed = host.start({"list", "hostonlyifs"});
+    killed->waitForFinished();
+    EXPECT_EQ(killed->exitStatus(), QProcess::CrashExit);
+    EXPECT_EQ(killed->exitCode(), SIGKILL);
+    EXPECT_EQ(QString::fromUtf8(killed->readAllStandardOutput()),
+              listing.out.left(listing.out.size() / 2));
+    EXPECT_EQ(host.vbox({"hostonlyif", "create"}).exitCode, SIGKILL);
+    expectRuns(host, {{"showvminfo phone", 1, unreachable, ErrIs},
+                      {"--version", 0, "5.2.44r139111\n", OutIs},
+                      {"list bridgedifs", 0, "", OutIs},
+                      {"ip route", 0, "192.168.56.0/24 dev vboxnet0", OutHas}});
+    host.setFaults(QString());
+    EXPECT_TRUE(host.vbox({"list", "hostonlyifs"}).out.contains("Name:            vboxnet1\n"))
+        << "killed only while it printed";
+
+    host.setFaults("list/vms flood\nlist/dhcpservers garbage\n--version hang\n");
+    const auto flood = host.start({"list", "vms"});
+    flood->waitForFinished();
+    const QByteArray flooded = flood->readAllStandardOutput();
+    EXPECT_EQ(flooded.size(), 100 * 1024 * 1024);
+    EXPECT_EQ(flooded.count('x'), flooded.size() / 80 * 79);
+    const auto garbage = host.start({"list", "dhcpservers"});
+    garbage->waitForFinished();
+    const QByteArray bytes = garbage->readAllStandardOutput();
+    EXPECT_TRUE(bytes.contains('\0'));
+    EXPECT_NE(QString::fromUtf8(bytes).toUtf8(), bytes) << "not UTF-8";
+    const auto hung = host.start({"--version"});
+    EXPECT_FALSE(hung->waitForFinished(1500));
+    hung->kill();
+    hung->waitForFinished();
+
+    // An empty folder is VirtualBox's default one, as "default" is.
+    host.setFaults(QString());
+    const QString folder =
+        "\nDefault machine folder:          " + host.home() + "/VirtualBox VMs\n";
+    host.vbox({"setproperty", "machinefolder", host.path("custom")});
+    EXPECT_EQ(host.vbox({"setproperty", "machinefolder", ""}).exitCode, 0);
+    EXPECT_TRUE(host.vbox({"list", "systemproperties"}).out.contains(folder));
+}

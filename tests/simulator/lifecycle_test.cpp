@@ -4,9 +4,9 @@
 // a non-ASCII name, and so do the clone's name and the export's path.
 #include "logcapture.h"
 #include "simhost.h"
+#include "simulatedvirtualbox.h"
 
 #include <vmtools/paths.h>
-#include <vmtools/settings.h>
 #include <vmtools/vmtoolsengine.h>
 #include <vmtools/vmtoolsmachine.h>
 #include <vmtools/vmtoolsobserver.h>
@@ -18,46 +18,6 @@
 #include <thread>
 
 namespace {
-
-const char *const Variables[] = {"VBOXSIM_HOME", "VBOXSIM_VERSION", "VBOXSIM_BOOT_MS",
-                                 "VBOXSIM_FAULTS"};
-const char *const LocaleVariables[] = {"LC_ALL", "LC_MESSAGES", "LC_CTYPE", "LANG"};
-
-// Puts the stand-in first on PATH and points it at the test's host while it lives, in the
-// desktop's language `locale` (all categories) when one is given.
-class SimulatedVirtualBox
-{
-public:
-    SimulatedVirtualBox(const SimHost &host, const QByteArray &locale)
-        : m_oldPath(qgetenv("PATH"))
-    {
-        qputenv("PATH", QByteArray(VBOXSIM_BIN_DIR) + ':' + m_oldPath);
-        for (const char *name : Variables)
-            qputenv(name, host.environment().value(name).toUtf8());
-        for (const char *name : LocaleVariables) {
-            m_oldLocale.append(qgetenv(name));
-            if (!locale.isEmpty())
-                qputenv(name, locale);
-        }
-        Settings::remove(QStringLiteral("host.only.interface"));
-    }
-    ~SimulatedVirtualBox()
-    {
-        qputenv("PATH", m_oldPath);
-        for (const char *name : Variables)
-            qunsetenv(name);
-        for (int i = 0; i < m_oldLocale.size(); ++i) {
-            if (m_oldLocale[i].isEmpty())
-                qunsetenv(LocaleVariables[i]);
-            else
-                qputenv(LocaleVariables[i], m_oldLocale[i]);
-        }
-    }
-
-private:
-    QByteArray m_oldPath;
-    QList<QByteArray> m_oldLocale;
-};
 
 const QString Clone = QStringLiteral("Pixel \u03a9");
 const QString Renamed = QStringLiteral("Tablet \u00fc");
