@@ -3,6 +3,7 @@
 #include <QVector>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace {
 
@@ -56,6 +57,10 @@ QStringList similar(const QString &word, const QStringList &known)
     int best = limit + 1;
     QStringList closest;
     for (const QString &word : known) {
+        // Each edit changes the length by one at most: a longer word cannot be close, and
+        // its distance would cost its length times the command's.
+        if (std::abs(typed.size() - word.size()) > limit)
+            continue;
         const int edits = distance(typed, word);
         if (edits > limit)
             continue;
