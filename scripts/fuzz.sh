@@ -21,6 +21,7 @@
 # (default 1); FUZZ_RUNS=N replaces the timed runs by one run of N executions at the
 # default length; FUZZ_LINEARITY=0 skips step 3; FUZZ_TIMEOUT sets -timeout (seconds,
 # default 1: raise it only on a machine so busy that an input waits for the processor).
+# ASAN_OPTIONS and UBSAN_OPTIONS given to the script are added to its own (and win).
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -180,7 +181,8 @@ summarize() {
 mkdir -p "$logs"
 : >"$logs/summary.txt"
 make_seeds
-export ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+export ASAN_OPTIONS=detect_leaks=1${ASAN_OPTIONS:+:$ASAN_OPTIONS}
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1${UBSAN_OPTIONS:+:$UBSAN_OPTIONS}
 failed=0
 running=0
 for target in "${targets[@]}"; do

@@ -41,11 +41,14 @@ if [[ ${CI:-} == true || ${PACKAGE:-0} == 1 ]]; then
     STANDIN_DIR=$root/build/bin/simulator "$root/scripts/package.sh" --install --clean-root
 fi
 
+# In a subshell: the sanitizers' options, suppressions above all, are this pass's alone.
 if [[ "${SANITIZERS:-1}" != 0 ]]; then
-    export ASAN_OPTIONS=abort_on_error=1:detect_leaks=1
-    export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
-    export LSAN_OPTIONS=suppressions=$root/tests/sanitizer/lsan.supp
-    run_tests "$root/build-asan" -DCMAKE_BUILD_TYPE=Debug -DVMTOOLS_SANITIZE=address,undefined
+    (
+        export ASAN_OPTIONS=abort_on_error=1:detect_leaks=1
+        export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+        export LSAN_OPTIONS=suppressions=$root/tests/sanitizer/lsan.supp
+        run_tests "$root/build-asan" -DCMAKE_BUILD_TYPE=Debug -DVMTOOLS_SANITIZE=address,undefined
+    )
 fi
 
 # The command runner and the observer under ThreadSanitizer, with a thousand cancellations
