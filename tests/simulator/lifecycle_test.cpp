@@ -4,7 +4,6 @@
 // a non-ASCII name, and so do the clone's name and the export's path.
 #include "logcapture.h"
 #include "simhost.h"
-#include "simulatedvirtualbox.h"
 
 #include <vmtools/paths.h>
 #include <vmtools/vmtoolsengine.h>
@@ -54,7 +53,7 @@ TEST_P(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
 {
     SimHost host(QString::fromLatin1(GetParam().version));
     host.setBootMs(300);
-    SimulatedVirtualBox virtualBox(host, GetParam().locale);
+    const ScopedEnvironment virtualBox = host.use(GetParam().locale);
     const QString faults = QString::fromLatin1(GetParam().faults);
     host.setFaults(faults);
     ASSERT_TRUE(Paths::getQuillomatePath().contains(QStringLiteral("zo\u00e9")));
