@@ -32,14 +32,6 @@ QList<int> together(const VmtoolsHost &host, const QStringList &first, const QSt
     return codes;
 }
 
-// vmtools with the stand-in first on its PATH.
-void useSimulator(VmtoolsHost &host, const SimHost &sim)
-{
-    QProcessEnvironment environment = sim.environment();
-    environment.insert("PATH", QStringLiteral(VBOXSIM_BIN_DIR) + ':' + environment.value("PATH"));
-    host.setBaseEnvironment(environment);
-}
-
 int deviceCount(const SimHost &sim)
 {
     return sim.vbox({"list", "vms"}).out.count(" {");
@@ -53,7 +45,7 @@ TEST(CliSimulatedHostTest, TwoProcessesShareTheMachineFolderAndTheHostOnlyInterf
 {
     SimHost sim; // a fresh host: no host-only interface yet
     VmtoolsHost host;
-    useSimulator(host, sim);
+    host.setBaseEnvironment(sim.environment());
     const QString userFolder = machineFolder(sim);
     ASSERT_FALSE(userFolder.isEmpty());
     const QString &ova = Appliance;
@@ -101,7 +93,7 @@ TEST(CliSimulatedHostTest, AFullDiskOrAnUnusableFolderFailsClearlyAndLeavesNothi
 {
     SimHost sim;
     VmtoolsHost host;
-    useSimulator(host, sim);
+    host.setBaseEnvironment(sim.environment());
     ASSERT_EQ(host.run({"create", "a", Appliance}).exitCode, 0);
     const QString userFolder = machineFolder(sim);
     const QString target = host.scratch("a.ova");

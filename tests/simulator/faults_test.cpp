@@ -8,7 +8,6 @@
 #include "logcapture.h"
 #include "procstats.h"
 #include "simhost.h"
-#include "simulatedvirtualbox.h"
 #include "vboxmanagecommon_p.h"
 
 #include <vmtools/paths.h>
@@ -44,23 +43,10 @@ constexpr int ShortLongMs = 600;
 constexpr int SlackMs = 3000;
 
 enum class Fault { None, Missing, NotExecutable, Killed, Hang, Flood, Garbage, Empty, NoService };
-struct FaultInfo
-{
-    Fault fault;
-    const char *name;
-    const char *standIn; // the stand-in's kind; empty for what the test makes itself
-};
-const FaultInfo Faults[] = {
-    {Fault::None, "none", ""},
-    {Fault::Missing, "missing", ""},
-    {Fault::NotExecutable, "not executable", ""},
-    {Fault::Killed, "killed", "killed"},
-    {Fault::Hang, "hang", "hang"},
-    {Fault::Flood, "flood", "flood"},
-    {Fault::Garbage, "garbage", "garbage"},
-    {Fault::Empty, "empty", "empty"},
-    {Fault::NoService, "noservice", "noservice"},
-};
+// From "killed" on, the stand-in's fault of that name; the others the test makes itself.
+const char *const FaultNames[] = {"none",  "missing", "not executable", "killed",   "hang",
+                                  "flood", "garbage", "empty",          "noservice"};
+constexpr int FaultCount = int(std::size(FaultNames));
 
 struct Outcome
 {
@@ -73,7 +59,6 @@ Outcome yesNo(bool ok)
 {
     return {!ok, ok ? QStringLiteral("true") : QStringLiteral("false")};
 }
-
 Outcome code(unsigned int value)
 {
     return {value != 0, QString::number(value)};
@@ -171,12 +156,7 @@ QStringList tree(const QString &root)
 void copyTree(const QString &from, const QString &to)
 {
     QDir().mkpath(to);
-    for (const QString &entry : tree(from)) {
-        if (QFileInfo(from + '/' + entry).isDir())
-            QDir().mkpath(to + '/' + entry);
-        else
-            QFile::copy(from + '/' + entry, to + '/' + entry);
-    }
+    EXPECT_EQ(QProcess::execute("cp", {"-a", from + "/.", to}), 0) << qPrintable(from);
 }
 
 QByteArray contents(const QString &path)
@@ -194,18 +174,11 @@ public:
     {
         host.addHostOnlyNetwork();
         QDir().mkpath(media);
+        EXPECT_EQ(host.vbox({"setproperty", "machinefolder", deploy}).exitCode, 0);
+        EXPECT_EQ(host.importSample(Device, deploy + "/%1/android_%2_disk.vmdk").exitCode, 0);
         // A machine folder of the user's own, which the engine must put back as it was.
-        const QString userFolder = host.path(QStringLiteral("my VMs"));
-        QStringList import = {"import", VBOXSIM_SAMPLE_OVA, "--vsys", "0", "--vmname", Device};
-        int unit = 10;
-        for (const char *disk : {"system", "data", "sdcard"})
-            import << "--vsys"
-                   << "0"
-                   << "--unit" << QString::number(unit++) << "--disk"
-                   << QStringLiteral("%1/%2/android_%3_disk.vmdk").arg(deploy, Device, disk);
         for (const QStringList &args :
-             {QStringList{"setproperty", "machinefolder", deploy}, import,
-              QStringList{"setproperty", "machinefolder", userFolder},
+             {QStringList{"setproperty", "machinefolder", host.path(QStringLiteral("my VMs"))},
               QStringList{"modifyvm", Device, "--hostonlyadapter1", "vboxnet0"},
               QStringList{"snapshot", Device, "take", "factory-backup"},
               QStringList{"createhd", "--filename", media + "/loose.vdi", "--size", "8"}})
@@ -262,35 +235,6 @@ private:
     const QString template_ = host.path(QStringLiteral("template"));
 };
 
-// Puts one fault in place while it lives.
-class AppliedFault
-{
-public:
-    AppliedFault(Testbed &bed, const FaultInfo &fault)
-        : m_bed(bed)
-        , m_path(qgetenv("PATH"))
-    {
-        if (fault.fault == Fault::Missing)
-            qputenv("PATH", QFile::encodeName(bed.empty));
-        if (fault.fault == Fault::NotExecutable)
-            qputenv("PATH", QFile::encodeName(bed.notExecutable));
-        if (fault.fault == Fault::Hang)
-            VBoxManageCommon::setTimeLimitsForTesting(ShortDefaultMs, ShortLongMs);
-        if (*fault.standIn)
-            bed.host.setFaults(QStringLiteral("* %1\n").arg(QLatin1String(fault.standIn)));
-    }
-    ~AppliedFault()
-    {
-        m_bed.host.setFaults(QString());
-        VBoxManageCommon::setTimeLimitsForTesting(0, 0);
-        qputenv("PATH", m_path);
-    }
-
-private:
-    Testbed &m_bed;
-    QByteArray m_path;
-};
-
 struct Subject
 {
     const Testbed &bed;
@@ -308,7 +252,7 @@ struct Operation
     int pausesMs; // what the operation sleeps by design when every call fails
     std::function<Outcome(Subject &)> run;
     // What falls short of the goal, as measured under each fault but "none", in the order
-    // of Faults; "-" where nothing does. Letters as in shortfallWords; the default run
+    // of FaultNames; "-" where nothing does. Letters as in shortfallWords; the default run
     // checks the cells marked "*" and the "none" column, FAULT_TABLE every cell.
     const char *shortfalls = "- - - - - - - -";
     const char *waits = "";            // the pauses and polls, for the table
@@ -530,13 +474,13 @@ Subject prepare(Testbed &bed, Needs needs)
     return subject;
 }
 
-QString shortfall(const Operation &operation, const FaultInfo &fault, const Measured &m, int calls,
+QString shortfall(const Operation &operation, Fault fault, const Measured &m, int calls,
                   const QStringList &before, const QStringList &after)
 {
-    const int limitMs = fault.fault == Fault::Hang ? ShortLongMs : VBoxManageCommon::LongTimeoutMs;
+    const int limitMs = fault == Fault::Hang ? ShortLongMs : VBoxManageCommon::LongTimeoutMs;
     const qint64 boundMs = qint64(calls + 2) * limitMs + operation.pausesMs + SlackMs;
     const bool success =
-        m.outcome.hasResult && !m.outcome.failed && operation.answersAnyway != fault.fault;
+        m.outcome.hasResult && !m.outcome.failed && operation.answersAnyway != fault;
     QStringList changed;
     for (const QString &line : before + after)
         if (before.contains(line) != after.contains(line))
@@ -550,19 +494,26 @@ QString shortfall(const Operation &operation, const FaultInfo &fault, const Meas
            (changes("settings:") ? "C" : "");
 }
 
-Measured measure(Testbed &bed, const Operation &operation, const FaultInfo &fault)
+Measured measure(Testbed &bed, const Operation &operation, Fault fault)
 {
     bed.reset();
-    const SimulatedVirtualBox virtualBox(bed.host);
+    const ScopedEnvironment virtualBox = bed.host.use();
     Settings::set(HostOnlyKey, QStringLiteral("vboxnet0"));
     Subject subject = prepare(bed, operation.needs);
     const QStringList before = bed.state();
     Measured m;
     int calls = 0;
     {
-        const AppliedFault applied(bed, fault);
+        ScopedEnvironment path;
+        if (fault == Fault::Missing || fault == Fault::NotExecutable)
+            path.set("PATH",
+                     QFile::encodeName(fault == Fault::Missing ? bed.empty : bed.notExecutable));
+        if (fault == Fault::Hang)
+            VBoxManageCommon::setTimeLimitsForTesting(ShortDefaultMs, ShortLongMs);
+        if (fault >= Fault::Killed)
+            bed.host.setFaults(QStringLiteral("* %1\n").arg(QLatin1String(FaultNames[int(fault)])));
         LogCapture log;
-        const HangBreaker breaker(fault.fault == Fault::Hang ? ShortLongMs + 1000 : 120000);
+        const HangBreaker breaker(fault == Fault::Hang ? ShortLongMs + 1000 : 120000);
         QElapsedTimer timer;
         timer.start();
         m.outcome = operation.run(subject);
@@ -571,7 +522,9 @@ Measured measure(Testbed &bed, const Operation &operation, const FaultInfo &faul
         m.reason = firstReason(log).replace(bed.host.path(QString()), QStringLiteral("<test>/"));
         calls = log.texts().filter(QStringLiteral("[VBox] Call:")).size();
     }
-    if (fault.fault != Fault::None)
+    bed.host.setFaults(QString());
+    VBoxManageCommon::setTimeLimitsForTesting(0, 0);
+    if (fault != Fault::None)
         m.shortfall = shortfall(operation, fault, m, calls, before, bed.state());
     return m;
 }
@@ -587,10 +540,10 @@ QString cell(const Measured &m)
 QString markdown(const QList<QList<Measured>> &rows)
 {
     QString table = QStringLiteral("| Operation |");
-    for (const FaultInfo &fault : Faults)
-        table += QStringLiteral(" %1 |").arg(QLatin1String(fault.name));
-    table += QStringLiteral("\n|---|") + QStringLiteral("---|").repeated(std::size(Faults)) + '\n';
-    QVector<QMap<QString, int>> reasons(std::size(Faults));
+    for (const char *fault : FaultNames)
+        table += QStringLiteral(" %1 |").arg(QLatin1String(fault));
+    table += QStringLiteral("\n|---|") + QStringLiteral("---|").repeated(FaultCount) + '\n';
+    QVector<QMap<QString, int>> reasons(FaultCount);
     QString waits;
     for (int i = 0; i < rows.size(); ++i) {
         const Operation &operation = operations()[i];
@@ -612,7 +565,7 @@ QString markdown(const QList<QList<Measured>> &rows)
         for (auto reason = reasons[f].cbegin(); reason != reasons[f].cend(); ++reason)
             lines.append(QStringLiteral("%1 (%2)").arg(reason.key()).arg(reason.value()));
         why += QStringLiteral("| %1 | %2 |\n")
-                   .arg(QLatin1String(Faults[f].name), lines.join(QStringLiteral("<br>")));
+                   .arg(QLatin1String(FaultNames[f]), lines.join(QStringLiteral("<br>")));
     }
     return table + why +
            QStringLiteral("\nWaits by design, which every failing call adds to:\n\n") + waits +
@@ -631,19 +584,20 @@ TEST(SimulatorFaults, EveryOperationFailsInTimeLogsWhyAndLeavesNothingBehind)
     for (const Operation &operation : operations()) {
         const QStringList expected = QString::fromLatin1(operation.shortfalls).split(' ');
         rows.append(QList<Measured>());
-        for (const FaultInfo &fault : Faults) {
-            QString known = expected.value(int(fault.fault) - 1);
-            const bool quick = fault.fault == Fault::None || known.endsWith('*');
+        for (int f = 0; f < FaultCount; ++f) {
+            const Fault fault = Fault(f);
+            QString known = expected.value(f - 1);
+            const bool quick = fault == Fault::None || known.endsWith('*');
             known.remove('*');
             if (tablePath.isEmpty() && !quick) {
                 rows.last().append(Measured());
                 continue;
             }
             SCOPED_TRACE(
-                QStringLiteral("%1 under %2").arg(operation.name, fault.name).toStdString());
+                QStringLiteral("%1 under %2").arg(operation.name, FaultNames[f]).toStdString());
             const Measured m = measure(bed, operation, fault);
             rows.last().append(m);
-            if (fault.fault == Fault::None) {
+            if (fault == Fault::None) {
                 EXPECT_FALSE(m.outcome.failed) << qPrintable(m.outcome.shown);
                 continue;
             }

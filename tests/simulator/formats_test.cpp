@@ -1,31 +1,6 @@
 // What changes when the stand-in prints the formats of VirtualBox 6.0 to 7.1.
 #include "simhost.h"
 
-TEST(SimulatorFormats, AFreshHostInEachVersion)
-{
-    const QList<QPair<QString, QString>> versions = {{"5.2", "5.2.44r139111\n"},
-                                                     {"6.0", "6.0.24r139119\n"},
-                                                     {"6.1", "6.1.50r161033\n"},
-                                                     {"7.0", "7.0.10r158379\n"},
-                                                     {"7.1", "7.1.6r167084\n"}};
-    for (const auto &[version, versionText] : versions) {
-        SCOPED_TRACE(version.toStdString());
-        SimHost host(version);
-        expectRuns(
-            host,
-            {{"--version", 0, versionText, OutIs},
-             {"list vms", 0, "", OutIs},
-             {"list hostonlyifs", 0, "", OutIs},
-             {"list dhcpservers", 0, "", OutIs},
-             {"list bridgedifs", 0, "Name:            eth0\n", OutHas},
-             {"list systemproperties", 0,
-              "\nDefault machine folder:          " + host.home() + "/VirtualBox VMs\n", OutHas}});
-        expectContains(host.vbox({"list", "hostinfo"}).out,
-                       {"\nProcessor online count: 8\n", "\nProcessor online core count: 4\n",
-                        "\nMemory size: 16384 MByte\n"});
-    }
-}
-
 TEST(SimulatorFormats, From70MessagesFollowTheLanguageOfTheEnvironment)
 {
     struct Version

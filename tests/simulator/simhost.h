@@ -3,6 +3,9 @@
 // A simulated VirtualBox host of its own for each test, driven through the stand-in
 // programs exactly as the plug-in drives them.
 #include "printers.h"
+#include "scopedenv.h"
+
+#include <vmtools/settings.h>
 
 #include <gtest/gtest.h>
 
@@ -48,9 +51,11 @@ public:
         file.write(text.toUtf8());
     }
 
+    // The stand-in is first on PATH.
     QProcessEnvironment environment() const
     {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("PATH"), QStringLiteral(VBOXSIM_BIN_DIR ":") + env.value("PATH"));
         env.insert(QStringLiteral("VBOXSIM_HOME"), home());
         env.insert(QStringLiteral("VBOXSIM_VERSION"), m_version);
         env.insert(QStringLiteral("VBOXSIM_BOOT_MS"), QString::number(m_bootMs));
@@ -64,6 +69,22 @@ public:
                 env.insert(it.key(), it.value());
         }
         return env;
+    }
+
+    // Puts the stand-in first on PATH and points it at this host while the result lives, in
+    // the desktop's language `locale` (all categories) when one is given. The plug-in, loaded
+    // in the test's own process, then runs the stand-in as it would run VirtualBox.
+    ScopedEnvironment use(const QByteArray &locale = QByteArray()) const
+    {
+        ScopedEnvironment scope;
+        const QProcessEnvironment env = environment();
+        for (const char *name :
+             {"PATH", "VBOXSIM_HOME", "VBOXSIM_VERSION", "VBOXSIM_BOOT_MS", "VBOXSIM_FAULTS"})
+            scope.set(name, env.value(name).toUtf8());
+        for (const char *name : {"LC_ALL", "LC_MESSAGES", "LC_CTYPE", "LANG"})
+            scope.set(name, locale.isEmpty() ? qgetenv(name) : locale);
+        Settings::remove(QStringLiteral("host.only.interface"));
+        return scope;
     }
 
     static QString program(const QString &name)
@@ -101,16 +122,18 @@ public:
               "--enable"});
     }
 
-    // Imports the sample appliance as `name`, with its disks in the machine folder.
-    ToolRun importSample(const QString &name) const
+    // Imports the sample appliance as `name`, with its disks at `disks` (%1 the name, %2 the
+    // disk: system, data or sdcard), by default in the folder vms/<name>.
+    ToolRun importSample(const QString &name, QString disks = QString()) const
     {
+        if (disks.isEmpty())
+            disks = path(QStringLiteral("vms/%1/%2.vmdk"));
         QStringList args = {"import", VBOXSIM_SAMPLE_OVA, "--vsys", "0", "--vmname", name};
         int unit = 10;
         for (const char *disk : {"system", "data", "sdcard"})
             args << "--vsys"
                  << "0"
-                 << "--unit" << QString::number(unit++) << "--disk"
-                 << path(QStringLiteral("vms/%1/%2.vmdk").arg(name, disk));
+                 << "--unit" << QString::number(unit++) << "--disk" << disks.arg(name, disk);
         return vbox(args);
     }
 

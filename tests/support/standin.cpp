@@ -27,25 +27,14 @@ QJsonObject toJson(const Answer &answer)
 } // namespace
 
 StandIn::StandIn()
-    : m_oldPath(qgetenv("PATH"))
-    , m_oldStandInDir(qgetenv("STANDIN_DIR"))
 {
     QDir().mkpath(binDir());
     QDir().mkpath(dataDir());
     for (const char *tool : {"VBoxManage", "ip"})
         QFile::link(QStringLiteral(STANDIN_EXECUTABLE), binDir() + '/' + tool);
     writeScript();
-    qputenv("PATH", QFile::encodeName(binDir()) + ':' + m_oldPath);
-    qputenv("STANDIN_DIR", QFile::encodeName(dataDir()));
-}
-
-StandIn::~StandIn()
-{
-    qputenv("PATH", m_oldPath);
-    if (m_oldStandInDir.isEmpty())
-        qunsetenv("STANDIN_DIR");
-    else
-        qputenv("STANDIN_DIR", m_oldStandInDir);
+    m_environment.set("PATH", QFile::encodeName(binDir()) + ':' + qgetenv("PATH"));
+    m_environment.set("STANDIN_DIR", QFile::encodeName(dataDir()));
 }
 
 void StandIn::onExact(const QStringList &args, const QList<Answer> &answers, const QString &tool)

@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include "scopedenv.h"
+
 // One answer of the scripted stand-in to one call.
 struct Answer
 {
@@ -53,9 +55,6 @@ class StandIn
 {
 public:
     StandIn();
-    ~StandIn();
-    StandIn(const StandIn &) = delete;
-    StandIn &operator=(const StandIn &) = delete;
 
     // Rules are tried in the order they were added; the first match answers.
     void onExact(const QStringList &args, const QList<Answer> &answers,
@@ -82,6 +81,5 @@ private:
 
     QTemporaryDir m_dir;
     QJsonArray m_rules;
-    QByteArray m_oldPath;
-    QByteArray m_oldStandInDir;
+    ScopedEnvironment m_environment;
 };
