@@ -197,6 +197,9 @@ public:
     void reset()
     {
         host.setFaults(QString());
+        // A note of the user's machine folder, left by a switch that could not be put back,
+        // would be read by the next cell's switch: each cell starts without one.
+        QDir(Paths::getQuillomatePath() + QStringLiteral("/locks")).removeRecursively();
         for (const QString &folder : {host.home(), deploy, media, exports}) {
             QDir(folder).removeRecursively();
             copyTree(template_ + folder, folder);
