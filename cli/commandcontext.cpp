@@ -11,6 +11,8 @@
 #include <vmtools/vmtoolsengine.h>
 #include <vmtools/vmtoolsmachine.h>
 
+#include <QDir>
+
 #include <iostream>
 #include <string>
 #include <unistd.h>
@@ -175,7 +177,7 @@ QString deviceNameProblem(const QString &name)
     if (name.startsWith(QLatin1Char('-')))
         return QStringLiteral("a device name cannot begin with \"-\"");
     for (const QChar c : name) {
-        if (c == QLatin1Char('/') || c == QLatin1Char('\\'))
+        if (c == QLatin1Char('/') || c == QDir::separator())
             return QStringLiteral("a device name cannot hold \"%1\"").arg(c);
         if (c.category() == QChar::Other_Control)
             return QStringLiteral("a device name cannot hold control characters");

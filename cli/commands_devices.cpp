@@ -163,18 +163,21 @@ int show(CommandContext &c, VMToolsMachine &machine)
                                   TextFormat::fields(profileFields));
 }
 
-// A second device of the same name would have its folder cleaned by the engine before
-// VirtualBox refused the name: refuse it here, before anything runs.
+// A name that a registered machine has is refused here, before anything runs, with the
+// words of a name clash. VirtualBox's own look-up of exactly that name decides: the engine's
+// existence check reads the name as a pattern and would miss "Pixel (2)".
 bool nameIsFree(CommandContext &c, const QString &name, int *exitCode)
 {
     if (!c.step(QStringLiteral("Checking the name %1").arg(name))) {
         *exitCode = c.interrupted();
         return false;
     }
-    const bool exists = c.engine()->doesMachineExist(name);
+    const std::unique_ptr<VMToolsMachine> holder(c.engine()->getMachine(name));
     c.stepDone();
-    if (!exists)
+    if (!holder) {
+        Diagnostics::reset(); // that VirtualBox knows no such machine says nothing more
         return true;
+    }
     *exitCode = c.fail(ResultWords::engineResult(EngineResult::CloneNameExists),
                        {{QStringLiteral("result"), int(EngineResult::CloneNameExists)}});
     return false;
@@ -355,8 +358,9 @@ int deleteDevice(CommandContext &c)
         const ProtectedSection folderSwitch(c.interruption());
         return c.engine()->deleteMachine(machine.get());
     }();
-    // The engine also reports success when it could not even begin; ask VirtualBox.
-    const bool stillThere = c.engine()->doesMachineExist(name);
+    // The engine also reports success when it could not even begin; ask VirtualBox. By the
+    // UUID, which the existence check cannot mistake, unlike a name such as "Pixel (2)".
+    const bool stillThere = c.engine()->doesMachineExist(machine->getUuid());
     c.stepDone();
     if (!deleted || stillThere)
         return c.fail(QStringLiteral("%1 could not be deleted (is it running?)").arg(name));

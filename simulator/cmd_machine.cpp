@@ -203,11 +203,28 @@ int lockedError(const QString &machineName, const QString &context, int line, co
 
 QString sanitizedFileName(const QString &name)
 {
-    QString clean = name;
-    static const QRegularExpression forbidden(QStringLiteral("[/\\\\:*?\"<>|]"));
-    clean.replace(forbidden, QStringLiteral("_"));
-    if (clean == QLatin1String(".") || clean == QLatin1String(".."))
-        clean.fill('_');
+    // VirtualBox keeps blanks, ( ) - . _, ASCII letters and digits and the code points from
+    // U+00A0 to U+D7AF; every byte of any other character becomes '_'.
+    const auto kept = [](uint c) {
+        return c == ' ' || c == '(' || c == ')' || c == '-' || c == '.' || c == '_' ||
+               (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+               (c >= 0xa0 && c <= 0xd7af);
+    };
+    QString clean;
+    for (const uint c : name.toUcs4())
+        clean += kept(c) ? QString::fromUcs4(&c, 1)
+                         : QString(QString::fromUcs4(&c, 1).toUtf8().size(), QLatin1Char('_'));
+    if (clean.isEmpty())
+        return clean;
+    // No leading dot or dash, no trailing dot, and no blank at either end.
+    if (clean.front() == '.' || clean.front() == '-')
+        clean.front() = '_';
+    if (clean.back() == '.')
+        clean.back() = '_';
+    for (int i = 0; i < clean.size() && clean[i] == ' '; ++i)
+        clean[i] = '_';
+    for (int i = clean.size() - 1; i > 0 && clean[i] == ' '; --i)
+        clean[i] = '_';
     return clean;
 }
 

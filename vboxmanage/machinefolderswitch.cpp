@@ -28,11 +28,26 @@ bool MachineFolderSwitch::lock(const char *operation)
 void MachineFolderSwitch::remember(const QString &userFolder)
 {
     m_userFolder = userFolder;
+}
+
+bool MachineFolderSwitch::note() const
+{
     QSaveFile note(notePath());
-    if (!note.open(QIODevice::WriteOnly) || note.write(userFolder.toUtf8()) < 0 || !note.commit()) {
-        VBoxLog::warning() << "[machineFolder]"
-                           << "Can't note the user's machine folder in" << notePath();
-    }
+    if (note.open(QIODevice::WriteOnly) && note.write(m_userFolder.toUtf8()) >= 0 && note.commit())
+        return true;
+    VBoxLog::warning() << "[machineFolder]"
+                       << "Can't note the user's machine folder in" << notePath();
+    return false;
+}
+
+bool MachineFolderSwitch::switchTo(const QString &folder)
+{
+    const bool noted = note();
+    if (m_core.setVBoxMachineFolderValue(folder))
+        return true;
+    if (noted)
+        QFile::remove(notePath());
+    return false;
 }
 
 bool MachineFolderSwitch::restore()

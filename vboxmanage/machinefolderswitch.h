@@ -19,8 +19,12 @@ public:
     // Takes the lock, waiting for another process's switch to end, and puts back a folder
     // that an ended process left switched. `operation` names the caller in log lines.
     bool lock(const char *operation);
-    // Notes the user's folder, which restore() puts back, before the switch.
+    // The user's folder, which restore() puts back.
     void remember(const QString &userFolder);
+    // Points VirtualBox at `folder`. The user's folder is noted first, so that an
+    // interruption during the switch still finds it, and the note goes again when VirtualBox
+    // refuses: a folder that never changed must not be "put back" by the next operation.
+    bool switchTo(const QString &folder);
     // Puts the user's folder back and lets the lock go.
     bool restore();
 
@@ -31,6 +35,7 @@ public:
 private:
     static QString notePath();
     static bool putBackNoted(const VBoxManageCore &core);
+    bool note() const;
 
     const VBoxManageCore &m_core;
     HostLock m_lock;

@@ -85,6 +85,20 @@ public:
     bool cleanDeployDir(const QString &path) const;
 
 private:
+    // What VirtualBox's own look-up of exactly one name says: a machine answers to it, none
+    // does, or VirtualBox gave no clear answer.
+    enum class NameUse { Free, Taken, Unknown };
+    // Asked before a device folder is cleaned or written: anything but Free comes with a
+    // critical line, and the caller must then leave every folder as it is. Never a pattern:
+    // "Pixel (2)" must not pass for free.
+    NameUse nameUse(const char *operation, const QString &name) const;
+    // The same question for a name or UUID, without a log line; `error` gets VirtualBox's
+    // message when the answer is Unknown.
+    NameUse lookUp(const QString &nameOrUuid, QString *error) const;
+    // The first settings file in `folder` of a machine that VirtualBox knows, or cannot rule
+    // out; empty when there is none. VirtualBox names a machine's folder after the name with
+    // characters such as '+' and '*' replaced, so "x_y" may well be the folder of "x+y".
+    QString machineSettingsIn(const QString &folder) const;
     // The folder that holds one sub-folder per device ("vms.path"), ending in a separator.
     QString deployDirectory() const;
     // Whether deployDirectory() + name stays a sub-folder of the deploy directory.

@@ -72,12 +72,13 @@ unsigned int VBoxManageCore::createMachine(const QString &appliancePath, const Q
     const QString previousFolder = getCurrentVBoxMachineFolderValue();
     const QString deployDir = deployDirectory();
     const QString deviceFolder = deployDir + name + QDir::separator();
-    // A registered device of that name keeps its folder; the import then fails on its own.
-    if (!doesMachineExist(name))
-        cleanDeployDir(deployDir + name);
+    // The folder of a registered device, or of one VirtualBox could not rule out, is never
+    // cleaned: only an earlier attempt's leftovers go.
+    if (nameUse("[createMachine]", name) != NameUse::Free || !cleanDeployDir(deployDir + name))
+        return EngineResult::CreationFailed;
 
     folderSwitch.remember(previousFolder);
-    if (!setVBoxMachineFolderValue(deployDir)) {
+    if (!folderSwitch.switchTo(deployDir)) {
         folderSwitch.restore();
         return EngineResult::CreationFailed;
     }

@@ -72,8 +72,9 @@ QString VBoxManageCore::deployDirectory() const
 
 bool VBoxManageCore::isSafeDeviceName(const QString &name)
 {
+    // Only the platform's separators split a path: on Linux a backslash is a letter like any.
     return !name.isEmpty() && name != QLatin1String(".") && name != QLatin1String("..") &&
-           !name.contains(QLatin1Char('/')) && !name.contains(QLatin1Char('\\')) &&
+           !name.contains(QLatin1Char('/')) && !name.contains(QDir::separator()) &&
            !name.contains(QChar(QChar::Null));
 }
 
@@ -101,6 +102,13 @@ bool VBoxManageCore::cleanDeployDir(const QString &path) const
     QDir folder(path);
     if (!folder.exists())
         return true;
+    const QString settings = machineSettingsIn(path);
+    if (!settings.isEmpty()) {
+        VBoxLog::critical() << "[cleanDeployDir]"
+                            << "Refusing to remove folder" << path
+                            << "holding the settings of a registered machine:" << settings;
+        return false;
+    }
     VBoxLog::debug() << "[cleanDeployDir]"
                      << "Removing local folder..." << path;
     // VirtualBox must forget each medium before its file goes, or it keeps a stale entry
@@ -129,16 +137,26 @@ unsigned int VBoxManageCore::cloneMachine(VMToolsMachine *machine, const QString
     MachineFolderSwitch folderSwitch(*this);
     if (!folderSwitch.lock("[Clone device]"))
         return EngineResult::CloneFailed;
+    // The folder of a registered device (the source itself, or another of the new name) is
+    // never cleaned, nor one that VirtualBox could not rule out.
+    switch (nameUse("[Clone device]", newName)) {
+    case NameUse::Taken:
+        return EngineResult::CloneNameExists;
+    case NameUse::Unknown:
+        return EngineResult::CloneFailed;
+    case NameUse::Free:
+        break;
+    }
     const QString deployDir = deployDirectory();
     folderSwitch.remember(getCurrentVBoxMachineFolderValue());
-    if (!setVBoxMachineFolderValue(deployDir))
+    if (!folderSwitch.switchTo(deployDir))
         return EngineResult::CloneFailed;
 
-    // Leftovers of an earlier attempt would make VirtualBox refuse the clone. A folder that
-    // belongs to a registered device (the source itself, or another device of the new
-    // name) is never cleaned: VirtualBox then reports the name clash instead.
-    if (newName != sourceName && !doesMachineExist(newName))
-        cleanDeployDir(deployDir + newName);
+    // Leftovers of an earlier attempt would make VirtualBox refuse the clone.
+    if (!cleanDeployDir(deployDir + newName)) {
+        folderSwitch.restore();
+        return EngineResult::CloneFailed;
+    }
 
     QStringList arguments{QStringLiteral("clonevm"),
                           sourceName,
@@ -181,6 +199,9 @@ bool VBoxManageCore::renameMachine(VMToolsMachine *machine, const QString &newNa
     const QString oldName = machine->getName();
     VBoxLog::debug() << "[renameMachine]"
                      << "Machine" << oldName << "as" << newName;
+    // VirtualBox renames the device's folder too: never onto another device's.
+    if (newName != oldName && nameUse("[renameMachine]", newName) != NameUse::Free)
+        return false;
     const VBoxManageCommon::CallResult result = VBoxManageCommon::call(
         m_vboxManagePath, {QStringLiteral("modifyvm"), oldName, QStringLiteral("--name"), newName},
         VBoxManageCommon::WaitForever);
@@ -223,7 +244,7 @@ bool VBoxManageCore::deleteMachine(VMToolsMachine *machine)
     }
     const QString deployDir = QDir::fromNativeSeparators(deployDirectory());
     folderSwitch.remember(userFolder);
-    if (!setVBoxMachineFolderValue(deployDir))
+    if (!folderSwitch.switchTo(deployDir))
         return true;
 
     VBoxLog::debug() << "[deleteMachine]"
@@ -242,6 +263,9 @@ bool VBoxManageCore::deleteMachine(VMToolsMachine *machine)
                             << "Unable to delete directory:" << machineFolder;
         return false;
     }
+    // VirtualBox's folder for a name such as "x+y" is "x_y"; the disks went to "x+y", which
+    // unregistering emptied.
+    QDir(deployDir).rmdir(name);
     VBoxLog::debug() << "[deleteMachine]"
                      << "Machine" << name << "deleted.";
     return true;

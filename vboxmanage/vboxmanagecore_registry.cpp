@@ -74,6 +74,54 @@ bool VBoxManageCore::doesMachineExist(const QString &id) const
     return byName.match(result.output).hasMatch();
 }
 
+VBoxManageCore::NameUse VBoxManageCore::lookUp(const QString &nameOrUuid, QString *error) const
+{
+    // A missing machine is the answer hoped for, so the call is not logged.
+    const VBoxManageCommon::CallResult result = showVmInfo(
+        m_vboxManagePath, nameOrUuid, VBoxManageCommon::WaitForever | VBoxManageCommon::Silent);
+    if (result.exitCode == 0)
+        return NameUse::Taken;
+    // Only this code says that no machine answers; it is never translated. Any other
+    // failure (a busy or missing VBoxSVC, a time-out) proves nothing.
+    if (result.error.contains(QLatin1String("VBOX_E_OBJECT_NOT_FOUND")))
+        return NameUse::Free;
+    *error = result.error.trimmed();
+    return NameUse::Unknown;
+}
+
+VBoxManageCore::NameUse VBoxManageCore::nameUse(const char *operation, const QString &name) const
+{
+    QString error;
+    const NameUse use = lookUp(name, &error);
+    if (use == NameUse::Taken)
+        VBoxLog::critical() << operation << "A machine named" << name << "already exists";
+    else if (use == NameUse::Unknown)
+        VBoxLog::critical() << operation << "Can't tell whether the name" << name
+                            << "is free:" << error;
+    return use;
+}
+
+QString VBoxManageCore::machineSettingsIn(const QString &folder) const
+{
+    const QStringList files =
+        QDir(folder).entryList({QStringLiteral("*.vbox")}, QDir::Files | QDir::Hidden);
+    for (const QString &file : files) {
+        const QString path = QDir(folder).filePath(file);
+        QFile settings(path);
+        // The machine element comes first, after a comment of a few lines.
+        const QString head = settings.open(QIODevice::ReadOnly)
+                                 ? QString::fromUtf8(settings.read(65536))
+                                 : QString();
+        static const QRegularExpression machineUuid(
+            QStringLiteral("<Machine\\s[^>]*\\buuid=\"\\{?([0-9a-fA-F-]{36})\\}?\""));
+        const QString uuid = machineUuid.match(head).captured(1);
+        QString error;
+        if (uuid.isEmpty() || lookUp(uuid, &error) != NameUse::Free)
+            return path;
+    }
+    return QString();
+}
+
 QString VBoxManageCore::getCurrentVBoxMachineFolderValue() const
 {
     const VBoxManageCommon::CallResult result = VBoxManageCommon::call(

@@ -100,14 +100,15 @@ TEST(ProfileValuesTest, KeysByExactNameFlagErrorsAndWritableNames)
 
 TEST(DeviceNameTest, NamesThatWouldLeaveTheDeviceFolderAreRefused)
 {
-    for (const char *good : {"phone", "Pixel 2", "tablet-2", "a.b", "phone..x"})
+    for (const char *good : {"phone", "Pixel (2)", "tablet-2", "a.b", "phone..x", "x+y [1]",
+                             "a\\b *?{}|^$", "Телефон Ω"})
         EXPECT_EQ(deviceNameProblem(good), QString()) << good;
     EXPECT_EQ(deviceNameProblem(""), "a device name cannot be empty");
     EXPECT_EQ(deviceNameProblem("   "), "a device name cannot be empty");
     EXPECT_EQ(deviceNameProblem(" phone"), "a device name cannot begin or end with blanks");
     EXPECT_EQ(deviceNameProblem(".."), "\"..\" cannot name a device");
     EXPECT_EQ(deviceNameProblem("."), "\".\" cannot name a device");
-    EXPECT_EQ(deviceNameProblem("a\\b"), "a device name cannot hold \"\\\"");
+    EXPECT_EQ(deviceNameProblem("a/b"), "a device name cannot hold \"/\"");
     EXPECT_EQ(deviceNameProblem("-rf"), "a device name cannot begin with \"-\"");
     EXPECT_EQ(deviceNameProblem("a\nb"), "a device name cannot hold control characters");
 }

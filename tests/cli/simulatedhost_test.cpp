@@ -6,6 +6,7 @@
 #include "simhost.h"
 
 #include <QDir>
+#include <QDirIterator>
 
 #include <csignal>
 
@@ -137,4 +138,67 @@ TEST(CliSimulatedHostTest, AFullDiskOrAnUnusableFolderFailsClearlyAndLeavesNothi
     expectRuns(host, {{"create d " + Appliance, 1, "the device could not be created"}});
     EXPECT_EQ(deviceCount(sim), 2);
     EXPECT_EQ(machineFolder(sim), userFolder);
+}
+
+// Names are passed to VirtualBox as they are and compared exactly: blanks, characters that
+// mean something in a pattern, a backslash and non-ASCII letters go through every command.
+// A name already taken, or one whose folder holds another device's settings (VirtualBox
+// names the folder of "x+y" "x_y"), is refused without touching any file.
+TEST(CliSimulatedHostTest, EveryCommandTakesAnyNameAndNeverOverwritesAnotherDevice)
+{
+    SimHost sim;
+    VmtoolsHost host;
+    host.setBaseEnvironment(sim.environment());
+    const QString deploy = host.scratch() + "/../home/qm/.Brellstock/Quillomate/deployed";
+    const QString target = host.scratch("out.ova");
+    const auto tree = [&deploy] {
+        QStringList files;
+        QDirIterator it(deploy, QDir::Files, QDirIterator::Subdirectories);
+        while (it.hasNext())
+            files.append(it.next());
+        files.sort();
+        return files;
+    };
+    const QString taken = "a device with that name already exists";
+    const QList<QStringList> rows{
+        {"Pixel (2)", "Pixel (2)"},
+        {"x+y [1]", "x_y _1_"},
+        {"a.b *?{}|^$\\ \u0422\u0435\u043b\u0435", "a.b ________ \u0422\u0435\u043b\u0435"}};
+    for (const QStringList &row : rows) {
+        const QString &name = row[0];
+        const QString &folder = row[1];
+        const QString copy = name + " copy";
+        SCOPED_TRACE(name.toStdString());
+        expectRuns(host, {{{"create", name, Appliance, "--sdcard", "64"}, 0}});
+        ASSERT_TRUE(QFileInfo::exists(deploy + '/' + folder + '/' + folder + ".vbox"));
+        QStringList before = tree();
+        expectRuns(host, {{{"create", name, Appliance}, 1, taken}});
+        if (folder != name)
+            expectRuns(host, {{{"create", folder, Appliance}, 1, "the device could not be created"},
+                              {{"clone", name, folder}, 1}});
+        EXPECT_EQ(tree(), before);
+
+        expectRuns(host, {{{"set", name, "density", "240"}, 0},
+                          {{"get", name, "density"}, 0, "", "240\n"},
+                          {{"factory-backup", name}, 0},
+                          {{"start", name}, 0},
+                          {{"stop", name}, 0},
+                          {{"clone", name, copy}, 0},
+                          {{"export", name, target}, 0},
+                          {{"factory-reset", name}, 0}});
+        const VmtoolsResult listed = host.run({"list", "--no-headers"});
+        EXPECT_TRUE(listed.out.startsWith(name + "  ") || listed.out.contains('\n' + name + "  "))
+            << listed.out.toStdString();
+        before = tree();
+        expectRuns(host, {{{"clone", copy, name}, 1, taken}, {{"rename", copy, name}, 1}});
+        EXPECT_EQ(tree(), before);
+
+        expectRuns(host, {{{"rename", copy, name + " 2"}, 0},
+                          {{"delete", name + " 2"}, 0},
+                          {{"delete", name}, 0}});
+        EXPECT_EQ(tree(), QStringList());
+        EXPECT_EQ(QDir(deploy).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
+        QFile::remove(target);
+    }
+    EXPECT_EQ(deviceCount(sim), 0);
 }

@@ -249,7 +249,11 @@ void scriptNoMachine(StandIn &standIn, const QString &name)
 {
     standIn.onPrefix({"showvminfo", name},
                      {Answer::fail(1, QStringLiteral("VBoxManage: error: Could not find a "
-                                                     "registered machine named '%1'\n")
+                                                     "registered machine named '%1'\n"
+                                                     "VBoxManage: error: Details: code "
+                                                     "VBOX_E_OBJECT_NOT_FOUND (0x80bb0001), "
+                                                     "component VirtualBoxWrap, interface "
+                                                     "IVirtualBox, callee nsISupports\n")
                                           .arg(name))});
 }
 

@@ -251,7 +251,8 @@ TEST(SimulatorCommands, ClonesRenamesAndDeletesMachinesWithTheirFiles)
                       {"showvminfo copy", 1},
                       {"modifyvm renamed --name ../escaped", 0}});
     EXPECT_FALSE(QFileInfo::exists(deploy + "/copy"));
-    EXPECT_TRUE(QFileInfo::exists(deploy + "/.._escaped/.._escaped.vbox"));
+    // As VirtualBox does: "/" becomes "_", and so does a leading dot.
+    EXPECT_TRUE(QFileInfo::exists(deploy + "/_._escaped/_._escaped.vbox"));
     expectRuns(host,
                {{"modifyvm ../escaped --name renamed", 0}, {"unregistervm renamed --delete", 0}});
     EXPECT_FALSE(QFileInfo::exists(deploy + "/renamed"));

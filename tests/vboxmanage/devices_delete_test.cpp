@@ -9,7 +9,8 @@ protected:
     {
         DevicesTest::SetUp();
         ON_CALL(m_phone, getPath()).WillByDefault(Return(m_deployDir + "phone"));
-        makeFile("deployed/phone/phone.vbox");
+        // Unregistering removes the settings file and leaves its backup.
+        makeFile("deployed/phone/phone.vbox-prev");
         makeFile("deployed/phone/android_sdcard_disk.vmdk");
         makeFile("deployed/phone/android_system_disk.vmdk");
         makeFile("deployed/phone/sdcard.vdi");
@@ -57,6 +58,14 @@ TEST_F(DeleteTest, FailuresKeepTheFolder)
     EXPECT_TRUE(m_core.deleteMachine(&m_phone));
     EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{readFolder(), switchToDeploy()}));
     EXPECT_EQ(tree(), before);
+
+    // That switch never happened: the next operation has nothing to put back.
+    m_standIn.clearRules();
+    m_standIn.clearCalls();
+    scriptMachineFolder();
+    m_standIn.onPrefix({"unregistervm"}, {Answer::fail(1)});
+    EXPECT_FALSE(m_core.deleteMachine(&m_phone));
+    EXPECT_EQ(m_standIn.calls().first(), readFolder());
 }
 
 TEST_F(DeleteTest, DangerousNamesAndFoldersAreRefusedBeforeAnythingChanges)
@@ -111,23 +120,68 @@ TEST_F(DeleteTest, CleanDeployDirRemovesOnlyOrdinaryFolders)
     QDir::setCurrent(previousCurrent);
     EXPECT_EQ(tree(), before);
     EXPECT_TRUE(m_standIn.calls().isEmpty());
+
+    // VirtualBox puts the settings of "x+y" in "x_y": a folder holding the settings of a
+    // machine VirtualBox knows, or cannot rule out, is another device's.
+    const QString uuid = QStringLiteral("0b8a5f3e-6c1d-4e2f-9a7b-3c4d5e6f7a8b");
+    const QString machine = QStringLiteral("<?xml version=\"1.0\"?>\n<!-- DO NOT EDIT -->\n"
+                                           "<VirtualBox>\n  <Machine uuid=\"{%1}\" name=\"x+y\">");
+    struct Row
+    {
+        QString settings;
+        Answer lookup;
+        bool removed;
+    };
+    const QList<Row> rows{{machine.arg(uuid), Answer::ok(description("x+y")), false},
+                          {machine.arg(uuid), Answer::fail(1, "VBoxSVC is busy"), false},
+                          {"<VirtualBox>", Answer::ok(), false},
+                          {machine.arg(uuid), notFound(uuid), true}};
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.settings.toStdString());
+        m_standIn.clearRules();
+        m_standIn.clearCalls();
+        m_log.clear();
+        const QString settings = makeFile("deployed/x_y/x_y.vbox", row.settings.toUtf8());
+        m_standIn.onExact({"showvminfo", uuid}, {row.lookup});
+        EXPECT_EQ(m_core.cleanDeployDir(m_deployDir + "x_y"), row.removed);
+        EXPECT_EQ(QFileInfo::exists(settings), !row.removed);
+        EXPECT_EQ(m_log.texts(QtCriticalMsg).size(), row.removed ? 0 : 1);
+        if (!row.removed) {
+            EXPECT_EQ(m_log.texts(QtCriticalMsg).constFirst(),
+                      "[VBox] [cleanDeployDir] Refusing to remove folder \"" + m_deployDir +
+                          "x_y\" holding the settings of a registered machine: \"" + settings +
+                          '"');
+        }
+    }
 }
 
 TEST_F(DeleteTest, RenameChangesTheObjectOnlyOnSuccess)
 {
     m_standIn.onExact({"modifyvm", "phone", "--name", "tablet"},
                       {Answer::ok(), Answer::fail(1, "locked")});
+    m_standIn.onExact({"showvminfo", "tablet"}, {notFound("tablet")});
+    // VirtualBox would move the device's folder: never onto a registered device's name.
+    m_standIn.onExact({"showvminfo", "Pixel (2)"}, {Answer::ok(description("Pixel (2)"))});
     EXPECT_CALL(m_phone, setName(QString("tablet"))).Times(1);
     EXPECT_TRUE(m_core.renameMachine(&m_phone, "tablet"));
     EXPECT_FALSE(m_core.renameMachine(&m_phone, "tablet"));
     EXPECT_FALSE(m_core.renameMachine(&m_phone, "../tablet"));
+    EXPECT_FALSE(m_core.renameMachine(&m_phone, "Pixel (2)"));
 
-    EXPECT_EQ(m_standIn.calls().size(), 2);
+    const QStringList rename = cmd("modifyvm phone --name tablet");
+    EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{cmd("showvminfo tablet"),
+                                                     rename,
+                                                     cmd("showvminfo tablet"),
+                                                     rename,
+                                                     {"showvminfo", "Pixel (2)"}}));
     const QStringList lines = m_log.texts().filter("[renameMachine]");
     EXPECT_EQ(lines, (QStringList{"[VBox] [renameMachine] Machine \"phone\" as \"tablet\"",
                                   "[VBox] [renameMachine] Machine \"phone\" renamed as \"tablet\"",
                                   "[VBox] [renameMachine] Machine \"phone\" as \"tablet\"",
                                   "[VBox] [renameMachine] Failed to rename device",
                                   "[VBox] [renameMachine] Refusing unsafe device name "
-                                  "\"../tablet\""}));
+                                  "\"../tablet\"",
+                                  "[VBox] [renameMachine] Machine \"phone\" as \"Pixel (2)\"",
+                                  "[VBox] [renameMachine] A machine named \"Pixel (2)\" already "
+                                  "exists"}));
 }

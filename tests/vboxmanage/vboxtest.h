@@ -39,6 +39,17 @@ inline QStringList cmd(const QString &line)
 
 const QStringList ShowVmInfo = cmd(QStringLiteral("showvminfo phone"));
 
+// VirtualBox's answer to a look-up of a machine that it does not know.
+inline Answer notFound(const QString &name)
+{
+    return Answer::fail(1, QStringLiteral("VBoxManage: error: Could not find a registered machine "
+                                          "named '%1'\nVBoxManage: error: Details: code "
+                                          "VBOX_E_OBJECT_NOT_FOUND (0x80bb0001), component "
+                                          "VirtualBoxWrap, interface IVirtualBox, callee "
+                                          "nsISupports\n")
+                               .arg(name));
+}
+
 // Argument lists written as lines.
 inline QList<QStringList> cmds(std::initializer_list<const char *> lines)
 {
