@@ -81,8 +81,9 @@ int list(CommandContext &c)
     for (VMToolsMachine *machine : c.engine()->getMachines())
         machines.emplace_back(machine);
     c.stepDone();
-    // An empty listing from a VirtualBox that failed is no answer.
-    if (machines.empty() && !Diagnostics::virtualBoxError().isEmpty())
+    // An empty listing is no answer when VirtualBox could not list its machines. A machine
+    // it cannot read (another application's, whose folder is gone) is only passed over.
+    if (machines.empty() && Diagnostics::runFailed({QStringLiteral("list"), QStringLiteral("vms")}))
         return c.fail(QStringLiteral("the devices could not be listed"));
 
     // By name as people read it; VirtualBox lists in the order the machines were made.

@@ -13,7 +13,11 @@ struct Gathered
     QMutex mutex;
     QString virtualBox;
     QString engine;
+    QStringList failedRuns;
 };
+
+// A run's "Call:" and "Return code:" lines come from the thread that made it.
+thread_local QString lastRun;
 
 Gathered &gathered()
 {
@@ -22,6 +26,7 @@ Gathered &gathered()
 }
 
 const QString OutputMarker = QStringLiteral("Output command: ");
+const QString CallMarker = QStringLiteral("Call: ");
 const QString ErrorPrefix = QStringLiteral("VBoxManage: error: ");
 
 // The log quotes the output as Qt's debug stream does: undo its escapes.
@@ -102,10 +107,15 @@ QString plainCause(const QString &virtualBoxError)
 
 void record(QtMsgType type, const QString &line)
 {
+    const int call = line.indexOf(CallMarker);
+    if (call >= 0)
+        lastRun = line.mid(call + CallMarker.size());
     if (type != QtCriticalMsg)
         return;
     Gathered &state = gathered();
     QMutexLocker locker(&state.mutex);
+    if (line.contains(QLatin1String("Return code:")))
+        state.failedRuns.append(lastRun);
     const int output = line.indexOf(OutputMarker);
     if (output >= 0) {
         const QString message = firstVirtualBoxError(line.mid(output + OutputMarker.size()));
@@ -129,6 +139,19 @@ void reset()
     QMutexLocker locker(&state.mutex);
     state.virtualBox.clear();
     state.engine.clear();
+    state.failedRuns.clear();
+}
+
+bool runFailed(const QStringList &arguments)
+{
+    // As the engine logs an argument list: ("list", "vms").
+    QStringList quoted;
+    for (const QString &argument : arguments)
+        quoted << QLatin1Char('"') + argument + QLatin1Char('"');
+    const QString logged = QLatin1Char('(') + quoted.join(QStringLiteral(", ")) + QLatin1Char(')');
+    Gathered &state = gathered();
+    QMutexLocker locker(&state.mutex);
+    return state.failedRuns.contains(logged);
 }
 
 QString cause()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <QtGlobal>
 
 // Why an operation failed, gathered from the engine's log while a step runs: VirtualBox's
@@ -11,6 +12,8 @@ namespace Diagnostics {
 void record(QtMsgType type, const QString &line);
 // VirtualBox's message of the last failed run since the step began; empty when none.
 QString virtualBoxError();
+// Whether a VBoxManage run with exactly these arguments failed since the step began.
+bool runFailed(const QStringList &arguments);
 // Forgets what was gathered: a new step of work begins.
 void reset();
 // "VirtualBox: <its message>; engine: <its line>", either part left out when unknown;

@@ -10,6 +10,37 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+// Another application's machine that VirtualBox cannot read is passed over; only a listing
+// that VirtualBox itself refused fails.
+TEST(CliDevicesTest, ListPassesOverUnreadableMachinesAndFailsOnlyWhenVirtualBoxCannotList)
+{
+    const QString inaccessible = "0d1e2f3a-4b5c-4d6e-8f7a-9b0c1d2e3f4a";
+    struct Row
+    {
+        Answer listing;
+        Expect run;
+    };
+    const QList<Row> rows{
+        {Answer::ok("\"<inaccessible>\" {" + inaccessible + "}\n"),
+         {"list --no-headers", 0, "", ""}},
+        {Answer::ok("\"<inaccessible>\" {" + inaccessible + "}\n"),
+         {"list --json", 0, "", R"({"devices": []})"}},
+        {Answer::fail(1, "VBoxManage: error: Failed to create the VirtualBox object!\n"),
+         {"list", 1, "the devices could not be listed: VirtualBox's service cannot be reached"}}};
+    for (const Row &row : rows) {
+        StandIn standIn;
+        standIn.onExact({"list", "vms"}, {row.listing});
+        standIn.onPrefix({"guestproperty", "enumerate", inaccessible},
+                         {Answer::fail(1, "VBoxManage: error: The object functionality is limited\n"
+                                          "VBoxManage: error: Details: code E_ACCESSDENIED "
+                                          "(0x80070005), component MachineWrap, interface "
+                                          "IMachine, callee nsISupports\n")});
+        scriptUsualHost(standIn);
+        VmtoolsHost host;
+        expectRuns(host, {row.run});
+    }
+}
+
 TEST(CliDevicesTest, ListShowAndDumpCoverOnlyThisHostsDevices)
 {
     StandIn standIn;
