@@ -2,6 +2,7 @@
 #include "console.h"
 #include "ovf.h"
 #include "tar.h"
+#include "vmdk.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -164,10 +165,11 @@ QString disksListing(const Package &package)
     QString text = QStringLiteral("Disks:\n");
     for (int i = 0; i < package.system.disks.size(); ++i) {
         const Ovf::Disk &disk = package.system.disks[i];
-        text += QStringLiteral("  vmdisk%1\t%2\t-1\t%3\t%4\t-1\t-1\t\n")
+        text += QStringLiteral("  vmdisk%1\t%2\t-1\t%3\t%4\t%5\t-1\t\n")
                     .arg(i + 1)
                     .arg(disk.capacityBytes)
-                    .arg(OvfFormatUrl, disk.fileName);
+                    .arg(OvfFormatUrl, disk.fileName)
+                    .arg(disk.fileSize);
     }
     return text + '\n';
 }
@@ -228,12 +230,19 @@ QString importDisks(Context &context, const Package &package, const QList<Applia
                 QFile::remove(made.location);
             return failure;
         }
-        QFile file(target);
-        if (file.open(QIODevice::WriteOnly))
-            file.write(package.files.value(items[unit].value));
-        file.close();
+        const QByteArray data = package.files.value(items[unit].value);
         const Medium medium{newUuid(), target, QStringLiteral("VMDK"), 0};
-        copyImageFile(target, target, medium); // gives the image its new UUID
+        // A real VMDK image is kept whole as the payload, so that copies carry it; an image
+        // of the stand-in's own export gets its new UUID.
+        if (data.startsWith("KDMV")) {
+            writeImageFile(target, medium, data);
+        } else {
+            QFile file(target);
+            if (file.open(QIODevice::WriteOnly))
+                file.write(data);
+            file.close();
+            copyImageFile(target, target, medium);
+        }
         media->append(medium);
         // The port is which of the two IDE channel items the disk hangs on.
         m->config.controllers.first().attachments.append({items[unit].controllerUnit - firstChannel,
@@ -366,6 +375,7 @@ Ovf::VirtualSystem describeMachine(const Machine &m)
 {
     Ovf::VirtualSystem system;
     system.name = m.name;
+    system.uuid = m.uuid;
     system.osType = m.config.osType;
     system.cpus = m.config.cpus;
     system.memoryMB = m.config.memoryMB;
@@ -398,8 +408,9 @@ QList<Tar::Entry> packageMachine(HostState &host, const Machine &m, const QStrin
             const QString fileName = QStringLiteral("%1-disk%2.vmdk")
                                          .arg(base)
                                          .arg(system.disks.size() + 1, 3, 10, QLatin1Char('0'));
-            system.disks.append({fileName, a.port, a.device, medium->sizeMB * 1024 * 1024});
             entries.append({fileName, image.readAll()});
+            system.disks.append({fileName, a.port, a.device, medium->sizeMB * 1024 * 1024,
+                                 entries.last().data.size(), medium->uuid});
         }
     }
     entries.first().data = Ovf::write(system);
@@ -455,28 +466,35 @@ int exportCommand(Context &context, const QStringList &args)
 
 bool writeSampleAppliance(const QString &path)
 {
+    // Fixed identities and times, so that every build writes the same bytes.
     Ovf::VirtualSystem system;
     system.name = QStringLiteral("Android");
+    system.uuid = QStringLiteral("5a1e0c3d-7b2f-4e91-a6d8-3c4b5e6f7a80");
     system.osType = QStringLiteral("Linux26");
     system.cpus = 2;
     system.memoryMB = 2048;
     system.adapters = QStringList{QStringLiteral("HostOnly"), QStringLiteral("NAT")};
-    const QStringList names = {"system", "data", "sdcard"};
+    struct SampleDisk
+    {
+        const char *fileName;
+        int port;
+        int device;
+        int capacityMB;
+        const char *uuid;
+    };
+    const SampleDisk samples[] = {
+        {"android_system_disk.vmdk", 0, 0, 8, "5a1e0c3d-7b2f-4e91-a6d8-3c4b5e6f7a81"},
+        {"android_data_disk.vmdk", 0, 1, 4, "5a1e0c3d-7b2f-4e91-a6d8-3c4b5e6f7a82"},
+        {"android_sdcard_disk.vmdk", 1, 0, 2, "5a1e0c3d-7b2f-4e91-a6d8-3c4b5e6f7a83"}};
     QList<Tar::Entry> disks;
-    const int places[3][2] = {{0, 0}, {0, 1}, {1, 0}};
-    for (int i = 0; i < 3; ++i) {
-        const QString fileName =
-            QStringLiteral("Android-disk%1.vmdk").arg(i + 1, 3, 10, QChar('0'));
-        system.disks.append({fileName, places[i][0], places[i][1], qint64(512) << 20});
-        const Medium medium{newUuid(), fileName, QStringLiteral("VMDK"), 512};
-        const QString tmp =
-            QDir::temp().filePath(QStringLiteral("vboxsim-sample-%1").arg(newUuid()));
-        writeImageFile(tmp, medium);
-        QFile image(tmp);
-        image.open(QIODevice::ReadOnly);
-        disks.append({fileName, image.readAll() +
-                                    QStringLiteral("android %1 image\n").arg(names[i]).toUtf8()});
-        image.remove();
+    quint32 cid = 0x5a1e0c30;
+    for (const SampleDisk &sample : samples) {
+        const qint64 capacity = qint64(sample.capacityMB) << 20;
+        const QByteArray image =
+            Vmdk::streamOptimized({sample.fileName, capacity, sample.uuid, ++cid});
+        system.disks.append(
+            {sample.fileName, sample.port, sample.device, capacity, image.size(), sample.uuid});
+        disks.append({sample.fileName, image});
     }
     const qint64 ns = qint64(1700000000000) * 1000000;
     const QList<QPair<QString, QString>> profile = {{"vbox_graph_mode", "768x1280-16"},

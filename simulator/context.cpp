@@ -146,13 +146,14 @@ bool StateStore::save(const HostState &host)
     return true;
 }
 
-void writeImageFile(const QString &path, const Medium &medium)
+void writeImageFile(const QString &path, const Medium &medium, const QByteArray &payload)
 {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return;
     file.write(imageHeader(path, medium));
     file.write(PayloadMarker);
+    file.write(payload);
 }
 
 bool copyImageFile(const QString &source, const QString &target, const Medium &medium)

@@ -72,7 +72,8 @@ private:
 };
 
 // Files that VirtualBox keeps on disk for the simulated host.
-void writeImageFile(const QString &path, const Medium &medium);
+void writeImageFile(const QString &path, const Medium &medium,
+                    const QByteArray &payload = QByteArray());
 bool copyImageFile(const QString &source, const QString &target, const Medium &medium);
 void writeSettingsFile(const Machine &machine);
 

@@ -11,6 +11,8 @@ namespace {
 const QString OvfNs = QStringLiteral("http://schemas.dmtf.org/ovf/envelope/1");
 const QString RasdNs = QStringLiteral(
     "http://schemas.dmtf.org/wbem/wscim/1/cim-schema/2/CIM_ResourceAllocationSettingData");
+const QString VssdNs = QStringLiteral(
+    "http://schemas.dmtf.org/wbem/wscim/1/cim-schema/2/CIM_VirtualSystemSettingData");
 const QString VboxNs = QStringLiteral("http://www.virtualbox.org/ovf/machine");
 const QString VmdkFormat =
     QStringLiteral("http://www.vmware.com/interfaces/specifications/vmdk.html#streamOptimized");
@@ -43,6 +45,14 @@ void writeHardware(QXmlStreamWriter &xml, const VirtualSystem &s)
     xml.writeStartElement(OvfNs, QStringLiteral("VirtualHardwareSection"));
     xml.writeTextElement(OvfNs, QStringLiteral("Info"),
                          QStringLiteral("Virtual hardware requirements for a virtual machine"));
+    xml.writeStartElement(OvfNs, QStringLiteral("System"));
+    xml.writeTextElement(VssdNs, QStringLiteral("ElementName"),
+                         QStringLiteral("Virtual Hardware Family"));
+    xml.writeTextElement(VssdNs, QStringLiteral("InstanceID"), QStringLiteral("0"));
+    xml.writeTextElement(VssdNs, QStringLiteral("VirtualSystemIdentifier"), s.name);
+    xml.writeTextElement(VssdNs, QStringLiteral("VirtualSystemType"),
+                         QStringLiteral("virtualbox-2.2"));
+    xml.writeEndElement();
     int id = 1;
     writeItem(xml, {{"Caption", QStringLiteral("%1 virtual CPU").arg(s.cpus)},
                     {"ElementName", QStringLiteral("%1 virtual CPU").arg(s.cpus)},
@@ -73,7 +83,7 @@ void writeHardware(QXmlStreamWriter &xml, const VirtualSystem &s)
     for (int i = 0; i < s.disks.size(); ++i)
         writeItem(xml, {{"AddressOnParent", QString::number(s.disks[i].device)},
                         {"ElementName", QStringLiteral("disk%1").arg(i + 1)},
-                        {"HostResource", QStringLiteral("/disk/") + diskId(i)},
+                        {"HostResource", QStringLiteral("ovf:/disk/") + diskId(i)},
                         {"InstanceID", QString::number(id++)},
                         {"Parent", QString::number(firstChannel + s.disks[i].port)},
                         {"ResourceType", QString::number(DiskItem)}});
@@ -87,15 +97,55 @@ void writeHardware(QXmlStreamWriter &xml, const VirtualSystem &s)
     xml.writeEndElement();
 }
 
+void writeEmpty(QXmlStreamWriter &xml, const QString &name,
+                const QList<QPair<QString, QString>> &attributes = {})
+{
+    xml.writeStartElement(name);
+    for (const auto &a : attributes)
+        xml.writeAttribute(a.first, a.second);
+    xml.writeEndElement();
+}
+
+// The machine in VirtualBox's own settings format, which VirtualBox imports in preference to
+// the hardware section: without it the guest properties and the controller's name are lost.
 void writeMachineSection(QXmlStreamWriter &xml, const VirtualSystem &s)
 {
     xml.writeStartElement(VboxNs, QStringLiteral("Machine"));
     xml.writeAttribute(OvfNs, QStringLiteral("required"), QStringLiteral("false"));
+    xml.writeAttribute(QStringLiteral("version"), QStringLiteral("1.16-linux"));
+    xml.writeAttribute(QStringLiteral("uuid"), '{' + s.uuid + '}');
     xml.writeAttribute(QStringLiteral("name"), s.name);
     xml.writeAttribute(QStringLiteral("OSType"), s.osType);
+    xml.writeAttribute(QStringLiteral("snapshotFolder"), QStringLiteral("Snapshots"));
     xml.writeTextElement(OvfNs, QStringLiteral("Info"),
-                         QStringLiteral("Complete VirtualBox machine configuration"));
+                         QStringLiteral("Complete VirtualBox machine configuration in VirtualBox "
+                                        "format"));
     xml.writeStartElement(QStringLiteral("Hardware"));
+    writeEmpty(xml, QStringLiteral("CPU"), {{"count", QString::number(s.cpus)}});
+    writeEmpty(xml, QStringLiteral("Memory"), {{"RAMSize", QString::number(s.memoryMB)}});
+    if (s.usb) {
+        xml.writeStartElement(QStringLiteral("USB"));
+        xml.writeStartElement(QStringLiteral("Controllers"));
+        writeEmpty(xml, QStringLiteral("Controller"), {{"name", "OHCI"}, {"type", "OHCI"}});
+        xml.writeEndElement();
+        xml.writeEndElement();
+    }
+    xml.writeStartElement(QStringLiteral("Network"));
+    for (int slot = 0; slot < s.adapters.size(); ++slot) {
+        xml.writeStartElement(QStringLiteral("Adapter"));
+        xml.writeAttribute(QStringLiteral("slot"), QString::number(slot));
+        xml.writeAttribute(QStringLiteral("enabled"), QStringLiteral("true"));
+        xml.writeAttribute(QStringLiteral("type"), QStringLiteral("82540EM"));
+        const QString &connection = s.adapters[slot];
+        writeEmpty(xml,
+                   connection == QLatin1String("HostOnly")  ? QStringLiteral("HostOnlyInterface")
+                   : connection == QLatin1String("Bridged") ? QStringLiteral("BridgedInterface")
+                                                            : QStringLiteral("NAT"));
+        xml.writeEndElement();
+    }
+    xml.writeEndElement();
+    if (s.sound)
+        writeEmpty(xml, QStringLiteral("AudioAdapter"), {{"enabled", "true"}});
     xml.writeStartElement(QStringLiteral("GuestProperties"));
     for (const GuestProperty &p : s.guestProperties) {
         xml.writeStartElement(QStringLiteral("GuestProperty"));
@@ -106,7 +156,43 @@ void writeMachineSection(QXmlStreamWriter &xml, const VirtualSystem &s)
         xml.writeEndElement();
     }
     xml.writeEndElement();
+    xml.writeStartElement(QStringLiteral("StorageControllers"));
+    xml.writeStartElement(QStringLiteral("StorageController"));
+    xml.writeAttribute(QStringLiteral("name"), s.controllerName);
+    xml.writeAttribute(QStringLiteral("type"), s.controllerType);
+    xml.writeAttribute(QStringLiteral("PortCount"), QStringLiteral("2"));
+    xml.writeAttribute(QStringLiteral("useHostIOCache"), QStringLiteral("true"));
+    xml.writeAttribute(QStringLiteral("Bootable"), QStringLiteral("true"));
+    // VirtualBox pairs each attachment with the disk of the same vbox:uuid.
+    for (const Disk &disk : s.disks) {
+        xml.writeStartElement(QStringLiteral("AttachedDevice"));
+        xml.writeAttribute(QStringLiteral("type"), QStringLiteral("HardDisk"));
+        xml.writeAttribute(QStringLiteral("hotpluggable"), QStringLiteral("false"));
+        xml.writeAttribute(QStringLiteral("port"), QString::number(disk.port));
+        xml.writeAttribute(QStringLiteral("device"), QString::number(disk.device));
+        writeEmpty(xml, QStringLiteral("Image"), {{"uuid", '{' + disk.uuid + '}'}});
+        xml.writeEndElement();
+    }
     xml.writeEndElement();
+    xml.writeEndElement();
+    xml.writeEndElement();
+    xml.writeEndElement();
+}
+
+void writeNetworkSection(QXmlStreamWriter &xml, const QStringList &adapters)
+{
+    xml.writeStartElement(OvfNs, QStringLiteral("NetworkSection"));
+    xml.writeTextElement(OvfNs, QStringLiteral("Info"),
+                         QStringLiteral("Logical networks used in the package"));
+    QStringList networks = adapters;
+    networks.removeDuplicates();
+    for (const QString &network : networks) {
+        xml.writeStartElement(OvfNs, QStringLiteral("Network"));
+        xml.writeAttribute(OvfNs, QStringLiteral("name"), network);
+        xml.writeTextElement(OvfNs, QStringLiteral("Description"),
+                             QStringLiteral("Logical network used by this appliance."));
+        xml.writeEndElement();
+    }
     xml.writeEndElement();
 }
 
@@ -126,6 +212,7 @@ QByteArray write(const VirtualSystem &s)
     xml.writeStartDocument();
     xml.writeNamespace(OvfNs, QStringLiteral("ovf"));
     xml.writeNamespace(RasdNs, QStringLiteral("rasd"));
+    xml.writeNamespace(VssdNs, QStringLiteral("vssd"));
     xml.writeNamespace(VboxNs, QStringLiteral("vbox"));
     xml.writeStartElement(OvfNs, QStringLiteral("Envelope"));
     xml.writeAttribute(OvfNs, QStringLiteral("version"), QStringLiteral("1.0"));
@@ -134,6 +221,8 @@ QByteArray write(const VirtualSystem &s)
         xml.writeStartElement(OvfNs, QStringLiteral("File"));
         xml.writeAttribute(OvfNs, QStringLiteral("id"), QStringLiteral("file%1").arg(i + 1));
         xml.writeAttribute(OvfNs, QStringLiteral("href"), s.disks[i].fileName);
+        if (s.disks[i].fileSize >= 0)
+            xml.writeAttribute(OvfNs, QStringLiteral("size"), QString::number(s.disks[i].fileSize));
         xml.writeEndElement();
     }
     xml.writeEndElement();
@@ -147,14 +236,19 @@ QByteArray write(const VirtualSystem &s)
         xml.writeAttribute(OvfNs, QStringLiteral("diskId"), diskId(i));
         xml.writeAttribute(OvfNs, QStringLiteral("fileRef"), QStringLiteral("file%1").arg(i + 1));
         xml.writeAttribute(OvfNs, QStringLiteral("format"), VmdkFormat);
+        xml.writeAttribute(VboxNs, QStringLiteral("uuid"), s.disks[i].uuid);
         xml.writeEndElement();
     }
     xml.writeEndElement();
+    writeNetworkSection(xml, s.adapters);
     xml.writeStartElement(OvfNs, QStringLiteral("VirtualSystem"));
     xml.writeAttribute(OvfNs, QStringLiteral("id"), s.name);
     xml.writeTextElement(OvfNs, QStringLiteral("Info"), QStringLiteral("A virtual machine"));
     xml.writeStartElement(OvfNs, QStringLiteral("OperatingSystemSection"));
-    xml.writeAttribute(OvfNs, QStringLiteral("id"), QStringLiteral("101"));
+    // The CIM codes of VirtualBox's Linux 2.6 types; the vbox:OSType below says more.
+    xml.writeAttribute(OvfNs, QStringLiteral("id"),
+                       s.osType.endsWith(QLatin1String("_64")) ? QStringLiteral("101")
+                                                               : QStringLiteral("99"));
     xml.writeTextElement(OvfNs, QStringLiteral("Info"),
                          QStringLiteral("The kind of installed guest operating system"));
     xml.writeTextElement(VboxNs, QStringLiteral("OSType"), s.osType);
@@ -173,6 +267,8 @@ bool read(const QByteArray &descriptor, VirtualSystem *s, QString *error)
     QMap<QString, QString> fileHrefs; // file id to name
     QMap<QString, QString> diskFiles; // disk id to file id
     QMap<QString, qint64> capacities; // disk id to bytes
+    QMap<QString, qint64> fileSizes;  // file id to bytes
+    QString machineController;        // the name in the machine section, which VirtualBox uses
     QList<ItemFields> items;
     bool inItem = false;
     bool sawSystem = false;
@@ -192,9 +288,13 @@ bool read(const QByteArray &descriptor, VirtualSystem *s, QString *error)
         const QStringRef name = xml.name();
         if (name == QLatin1String("File")) {
             fileHrefs.insert(attr("id"), attr("href"));
+            if (!attr("size").isEmpty())
+                fileSizes.insert(attr("id"), attr("size").toLongLong());
         } else if (name == QLatin1String("Disk")) {
             diskFiles.insert(attr("diskId"), attr("fileRef"));
             capacities.insert(attr("diskId"), attr("capacity").toLongLong());
+        } else if (name == QLatin1String("StorageController")) {
+            machineController = xml.attributes().value("name").toString();
         } else if (name == QLatin1String("VirtualSystem")) {
             sawSystem = true;
             s->name = attr("id");
@@ -227,6 +327,8 @@ bool read(const QByteArray &descriptor, VirtualSystem *s, QString *error)
         s->controllerName = item.values.value(QStringLiteral("ElementName"));
         s->controllerType = item.values.value(QStringLiteral("ResourceSubType"));
     }
+    if (!machineController.isEmpty())
+        s->controllerName = machineController;
     for (const ItemFields &item : items) {
         const auto value = [&](const char *key) {
             return item.values.value(QLatin1String(key));
@@ -254,6 +356,7 @@ bool read(const QByteArray &descriptor, VirtualSystem *s, QString *error)
             disk.port = channelOfInstance.value(value("Parent"));
             disk.device = value("AddressOnParent").toInt();
             disk.capacityBytes = capacities.value(id);
+            disk.fileSize = fileSizes.value(diskFiles.value(id), -1);
             s->disks.append(disk);
             break;
         }

@@ -15,11 +15,14 @@ struct Disk
     int port = 0;     // the IDE channel (the address of the controller item)
     int device = 0;   // the address on that channel
     qint64 capacityBytes = 0;
+    qint64 fileSize = -1; // bytes of the image in the archive, -1 when not given
+    QString uuid;         // what the machine section's attachment names
 };
 
 struct VirtualSystem
 {
     QString name;
+    QString uuid; // of the machine, which VirtualBox needs to read the machine section
     QString osType = QStringLiteral("Linux26");
     int cpus = 1;
     int memoryMB = 1024;

@@ -105,7 +105,9 @@ bool parse(const QByteArray &archive, QList<Entry> *entries)
             entries->append({QString::fromUtf8(name), archive.mid(offset, size)});
         offset += (size + BlockSize - 1) / BlockSize * BlockSize;
     }
-    return false;
+    // VirtualBox ends its OVA files right after the last member, without the two zero
+    // blocks; anything shorter than that member's padding is a cut archive.
+    return offset == archive.size() && !entries->isEmpty();
 }
 
 } // namespace VBoxSim::Tar

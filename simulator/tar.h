@@ -14,7 +14,8 @@ struct Entry
 };
 
 QByteArray build(const QList<Entry> &entries, qint64 mtime);
-// Regular files in archive order; false on a damaged archive.
+// Regular files in archive order; false on a damaged or cut archive. The end-of-archive
+// blocks may be missing.
 bool parse(const QByteArray &archive, QList<Entry> *entries);
 
 } // namespace VBoxSim::Tar

@@ -112,7 +112,7 @@ TEST(SimulatorFormats, From60ImportRenumbersUnitsAndLabelsWiden)
         SimHost host(v.version);
         ASSERT_EQ(host.importSample("phone").exitCode, 0);
         // Units 10 to 12 are no disks any more, so "--disk" there is ignored.
-        const QString sdCard = host.home() + "/VirtualBox VMs/phone/Android-disk003.vmdk";
+        const QString sdCard = host.home() + "/VirtualBox VMs/phone/android_sdcard_disk.vmdk";
         EXPECT_FALSE(QFileInfo::exists(host.path("vms/phone/sdcard.vmdk")));
         EXPECT_TRUE(QFileInfo::exists(sdCard));
 
@@ -126,20 +126,20 @@ TEST(SimulatorFormats, From60ImportRenumbersUnitsAndLabelsWiden)
 
         // Host-only addresses must lie in 192.168.56.0/21 from 6.1.28 on.
         host.vbox({"hostonlyif", "create"});
-        expectRuns(
-            host,
-            {{"import " VBOXSIM_SAMPLE_OVA " --dry-run", 0,
-              "\n15: Hard disk image: source image=Android-disk003.vmdk, target path=" +
-                  host.home() + "/VirtualBox VMs/Android/Android-disk003.vmdk, " + v.diskItemTail,
-              OutHas},
-             {"hostonlyif ipconfig vboxnet0 --ip 10.0.0.1", v.outsideAddressExit,
-              v.outsideAddressExit == 0
-                  ? QString()
-                  : errorLines({"Code E_ACCESSDENIED (0x80070005) - Access denied "
-                                "(extended info not available)"})},
-             {"hostonlyif ipconfig vboxnet0 --ip 192.168.63.1", 0},
-             {"hostonlyif remove vboxnet9", 1, v.removeContext},
-             {"guestproperty enumerate phone --old-format", 2, "Incorrect parameters"}});
+        expectRuns(host,
+                   {{"import " VBOXSIM_SAMPLE_OVA " --dry-run", 0,
+                     "\n15: Hard disk image: source image=android_sdcard_disk.vmdk, target path=" +
+                         host.home() + "/VirtualBox VMs/Android/android_sdcard_disk.vmdk, " +
+                         v.diskItemTail,
+                     OutHas},
+                    {"hostonlyif ipconfig vboxnet0 --ip 10.0.0.1", v.outsideAddressExit,
+                     v.outsideAddressExit == 0
+                         ? QString()
+                         : errorLines({"Code E_ACCESSDENIED (0x80070005) - Access denied "
+                                       "(extended info not available)"})},
+                    {"hostonlyif ipconfig vboxnet0 --ip 192.168.63.1", 0},
+                    {"hostonlyif remove vboxnet9", 1, v.removeContext},
+                    {"guestproperty enumerate phone --old-format", 2, "Incorrect parameters"}});
     }
 }
 
@@ -164,7 +164,7 @@ TEST(SimulatorFormats, From70StorageLinesAndGuestPropertiesLookDifferent)
         EXPECT_TRUE(info.startsWith(head[0])) << qPrintable(info);
         expectContains(info, {head[1], "\nNumber of CPUs:              2\n"});
         EXPECT_TRUE(QRegularExpression("\\n  Port 1, Unit 0: UUID: [a-f0-9-]{36}\\n    Location: "
-                                       "\"[^\"]*/Android-disk003.vmdk\"\\n")
+                                       "\"[^\"]*/android_sdcard_disk.vmdk\"\\n")
                         .match(info)
                         .hasMatch());
         EXPECT_FALSE(info.contains("IDEController (1, 0)"));
