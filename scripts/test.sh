@@ -34,6 +34,19 @@ for version in 5.2 6.0 6.1 7.0 7.1; do
     fi
 done
 
+# The same life against a real VirtualBox 7.2 from Debian's archive, in a root of its own
+# (scripts/real-vbox.sh; about 4 minutes to make the first time): in CI, or with REALVBOX=1.
+if [[ ${REALVBOX:-} == 1 || (${CI:-} == true && ${REALVBOX:-} != 0) ]]; then
+    log=$root/build/demo-real.log
+    if DEMO_REAL=1 BUILD_DIR=$root/build "$root/scripts/demo.sh" >"$log" 2>&1; then
+        echo "demo with the real VirtualBox: passed ($(grep -m1 '^Using\|^7\.' "$log" || true))"
+    else
+        echo "demo with the real VirtualBox: FAILED; its output:" >&2
+        cat "$log" >&2
+        exit 1
+    fi
+fi
+
 # The install rules as a host developer meets them: an installed, moved prefix and a host
 # built outside the tree against it. In CI also the Debian packages, installed and removed.
 "$root/scripts/check-install.sh" "$root/build"

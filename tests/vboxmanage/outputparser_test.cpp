@@ -343,3 +343,58 @@ TEST(OutputParserTest, LaterLayoutEdges)
         }
     }
 }
+
+// What a real VirtualBox 7.2 printed (scripts/record-vboxmanage.sh), read as the plug-in
+// must read it. The expected values are copied from the recordings by hand.
+TEST(OutputParserTest, RealVirtualBox72IsRead)
+{
+    const auto printed = [](const char *file) {
+        return recorded(file, "7.2");
+    };
+    EXPECT_EQ(VBoxOutputParser::parseVersion(printed("version.txt")), "7.2.22_Debianr175245");
+    int processors = 0;
+    unsigned int memory = 0;
+    EXPECT_TRUE(
+        VBoxOutputParser::parseOnlineProcessorCount(printed("core-hostinfo.txt"), &processors));
+    EXPECT_EQ(processors, 2);
+    EXPECT_TRUE(VBoxOutputParser::parseHostMemorySize(printed("core-hostinfo.txt"), &memory));
+    EXPECT_GT(memory, 0u);
+    EXPECT_EQ(VBoxOutputParser::parseDefaultMachineFolder(printed("core-systemproperties.txt")),
+              "/home/user/VirtualBox VMs");
+    EXPECT_EQ(parsedDhcp(printed("core-dhcpservers.txt")),
+              QStringList{"HostInterfaceNetworking-vboxnet0|yes|192.168.56.100|255.255.255.0|"
+                          "192.168.56.101|192.168.56.254"});
+    EXPECT_EQ(VBoxOutputParser::parseImportDiskUnits(printed("import-dry-run.txt")),
+              (QList<int>{13, 14, 15}));
+
+    // The description before and after a snapshot: then the differencing images are read.
+    EXPECT_EQ(parsedDescription(printed("machine-showvminfo.txt")),
+              QStringLiteral("2|2048|%1|1=Host-only Interface 'vboxnet0'|2=NAT|"
+                             "36ecc4f3-be0b-4a15-a9ea-8ef97a4afc69|"
+                             "3266ad80-d3f6-44d9-b735-eb467918572d|"
+                             "0119e328-934b-44ed-85f9-e8769daff218|"
+                             "|<37d0f06c-ed67-42b0-a6b9-1d249a0f770b>|<phone>")
+                  .arg(VMToolsMachine::Off));
+    EXPECT_EQ(VBoxOutputParser::parseDiskUuid(printed("machine-showvminfo-after-snapshot.txt"),
+                                              SecondaryPort, MasterDevice),
+              "73ef0c18-d926-4ec7-8740-6e5350b89a24");
+
+    // Values with quotes, unescaped, and every property of the appliance.
+    const QStringList properties = sortedProperties(printed("machine-guestproperty-enumerate.txt"));
+    EXPECT_EQ(properties.size(), 21);
+    for (const char *property :
+         {"product_brand=Joe's \"phone\"", "product_model=Pixel 2", "vbox_graph_mode=1080x1920-16",
+          "quillomate_device_id=358240051111110", "template_uuid=sample-device"})
+        EXPECT_TRUE(properties.contains(property)) << property;
+
+    EXPECT_EQ(VBoxOutputParser::parseSnapshotNames(printed("machine-snapshot-list.txt")),
+              QStringList{"factory-backup"});
+    EXPECT_EQ(VBoxOutputParser::parseSnapshotNames(printed("error-snapshot-list-none-stdout.txt")),
+              QStringList());
+    const QList<VBoxOutputParser::MachineEntry> listed = VBoxOutputParser::parseMachineList(
+        printed("core-list-vms.txt") + printed("core-list-vms-inaccessible.txt"));
+    ASSERT_EQ(listed.size(), 2);
+    EXPECT_EQ(listed[0].name, "phone");
+    EXPECT_EQ(listed[0].uuid, "37d0f06c-ed67-42b0-a6b9-1d249a0f770b");
+    EXPECT_EQ(listed[1].name, "<inaccessible>");
+}
