@@ -45,7 +45,9 @@ bool MachineFolderSwitch::switchTo(const QString &folder)
     const bool noted = note();
     if (m_core.setVBoxMachineFolderValue(folder))
         return true;
-    if (noted)
+    // A refused switch normally changed nothing. One whose client died may have gone through,
+    // and then the note stays, for the next switch to put the user's folder back.
+    if (noted && m_core.getCurrentVBoxMachineFolderValue() == m_userFolder)
         QFile::remove(notePath());
     return false;
 }

@@ -23,7 +23,8 @@ public:
     void remember(const QString &userFolder);
     // Points VirtualBox at `folder`. The user's folder is noted first, so that an
     // interruption during the switch still finds it, and the note goes again when VirtualBox
-    // refuses: a folder that never changed must not be "put back" by the next operation.
+    // refused and still shows the user's folder: a folder that never changed must not be
+    // "put back" by the next operation.
     bool switchTo(const QString &folder);
     // Puts the user's folder back and lets the lock go.
     bool restore();

@@ -93,8 +93,8 @@ TEST_F(CloneTest, FailuresAreToldApartAndTheFolderIsRestored)
     m_standIn.onPrefix({"setproperty"}, {Answer::fail(1)});
     EXPECT_CALL(m_phone, canResetToFactory()).Times(0);
     EXPECT_EQ(m_core.cloneMachine(&m_phone, "copy", true), EngineResult::CloneFailed);
-    EXPECT_EQ(m_standIn.calls(),
-              (QList<QStringList>{showVmInfo("copy"), readFolder(), switchToDeploy()}));
+    EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{showVmInfo("copy"), readFolder(),
+                                                     switchToDeploy(), readFolder()}));
 }
 
 // A name that a registered machine has, the source's own included, is a name clash before

@@ -168,8 +168,9 @@ TEST_F(CreateTest, EachFailurePutsTheFolderBackExactlyOnce)
         scriptAll();
         EXPECT_EQ(create(), c.code);
         if (c.callsAfterImport < 0) {
-            EXPECT_EQ(m_standIn.calls(), (QList<QStringList>{readFolder(), cmd("showvminfo phone"),
-                                                             switchToDeploy(), switchBack()}));
+            EXPECT_EQ(m_standIn.calls(),
+                      (QList<QStringList>{readFolder(), cmd("showvminfo phone"), switchToDeploy(),
+                                          readFolder(), switchBack()}));
             continue;
         }
         EXPECT_EQ(m_standIn.calls(), callsUpToImport() +
