@@ -94,6 +94,7 @@ QString plainCause(const QString &virtualBoxError)
         {QStringLiteral("already locked"),
          QStringLiteral("the device is in use by another program")},
         {QStringLiteral("Could not read OVF file"), QStringLiteral("the file is not an appliance")},
+        {QStringLiteral("Error reading OVA"), QStringLiteral("the file is not an appliance")},
         {QStringLiteral("VERR_ACCESS_DENIED"), QStringLiteral("permission denied")},
         {QStringLiteral("Failed to create the VirtualBox object"),
          QStringLiteral("VirtualBox's service cannot be reached")},

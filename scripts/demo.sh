@@ -6,7 +6,7 @@
 #
 # With no VBoxManage on PATH it drives the VirtualBox stand-in of this repository, in a
 # fresh simulated host and with a home folder of its own, so that nothing of the user's
-# is touched; VBOXSIM_VERSION (5.2, 6.0, 6.1, 7.0 or 7.1; 5.2 by default) chooses which
+# is touched; VBOXSIM_VERSION (5.2, 6.0, 6.1, 7.0, 7.1 or 7.2; 5.2 by default) chooses which
 # VirtualBox's output the stand-in prints. With a real VirtualBox on PATH the same vmtools drives it; the devices get
 # names of their own and DEMO_APPLIANCE may name an Android appliance (OVA) to import;
 # without VirtualBox's kernel driver (/dev/vboxdrv) the start must fail and name its cause.
@@ -34,9 +34,9 @@ else
     simulate=1
     export VBOXSIM_VERSION=${VBOXSIM_VERSION:-5.2}
     case $VBOXSIM_VERSION in
-    5.2 | 6.0 | 6.1 | 7.0 | 7.1) ;;
+    5.2 | 6.0 | 6.1 | 7.0 | 7.1 | 7.2) ;;
     *)
-        echo "VBOXSIM_VERSION must be 5.2, 6.0, 6.1, 7.0 or 7.1, not '$VBOXSIM_VERSION'" >&2
+        echo "VBOXSIM_VERSION must be 5.2, 6.0, 6.1, 7.0, 7.1 or 7.2, not '$VBOXSIM_VERSION'" >&2
         exit 2
         ;;
     esac

@@ -23,7 +23,7 @@ run_tests "$root/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
 # The demo, a device's whole life through vmtools, against every VirtualBox version that
 # the stand-in prints.
-for version in 5.2 6.0 6.1 7.0 7.1; do
+for version in 5.2 6.0 6.1 7.0 7.1 7.2; do
     log=$root/build/demo-$version.log
     if DEMO_STANDIN=1 VBOXSIM_VERSION=$version BUILD_DIR=$root/build "$root/scripts/demo.sh" >"$log" 2>&1; then
         echo "demo with VirtualBox $version: passed"

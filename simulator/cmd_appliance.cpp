@@ -27,26 +27,33 @@ struct Package
 };
 
 int applianceError(Context &context, const QString &summary, const QString &message,
-                   const QString &handler, int line)
+                   const QString &handler, int line, const QString &code = codeFileError())
 {
-    printErr(context.format->progressFailure(QStringLiteral("VBOX_E_FILE_ERROR")));
-    printProgressError({summary + '\n' + message, codeFileError(), QStringLiteral("ApplianceWrap"),
+    printErr(context.format->progressFailure(code.section(' ', 0, 0)));
+    printProgressError({summary + '\n' + message, code, QStringLiteral("ApplianceWrap"),
                         QStringLiteral("IAppliance"),
                         QStringLiteral("RTEXITCODE %1(HandlerArg*)").arg(handler), line,
                         ApplianceFile});
     return ExitFailure;
 }
 
-bool readPackage(const QString &path, Package *package, QString *error)
+// Fills `package`, or sets `error` and `code` as VirtualBox fails to read the file.
+bool readPackage(const QString &path, Package *package, QString *error, QString *code)
 {
+    *code = codeFileError();
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         *error = QStringLiteral("Could not read OVF file '%1' (VERR_FILE_NOT_FOUND)").arg(path);
         return false;
     }
     QList<Tar::Entry> entries;
-    if (!Tar::parse(file.readAll(), &entries) || entries.isEmpty() ||
-        !entries.first().name.endsWith(QLatin1String(".ovf"))) {
+    if (!Tar::parse(file.readAll(), &entries) || entries.isEmpty()) {
+        // The tar reader's own status, passed on as it is.
+        *code = QStringLiteral("VBOX_E_IPRT_ERROR (0x80bb0005)");
+        *error = QStringLiteral("Error reading OVA '%1' (VERR_TAR_UNEXPECTED_EOS)").arg(path);
+        return false;
+    }
+    if (!entries.first().name.endsWith(QLatin1String(".ovf"))) {
         *error = QStringLiteral("Could not read OVF file '%1' (VERR_TAR_UNEXPECTED_EOS)").arg(path);
         return false;
     }
@@ -95,14 +102,22 @@ QList<ApplianceItem> describe(Context &context, const Ovf::VirtualSystem &s,
     return items;
 }
 
-// Applies "--vsys 0 --vmname/--cpus/--memory" and "--unit N --disk/--ignore" in order.
+// Applies "--vsys 0 --vmname/--cpus/--memory/--basefolder" and "--unit N --disk/--ignore" in
+// order.
 void applyOverrides(const Options &options, QList<ApplianceItem> *items, QList<bool> *ignored)
 {
     int unit = -1;
     for (const auto &option : options.all()) {
         const QString &name = option.first;
         const QString &value = option.second;
-        if (name == QLatin1String("--vsys")) {
+        if (name == QLatin1String("--basefolder")) {
+            for (ApplianceItem &item : *items) {
+                if (item.kind == ApplianceItem::BaseFolder) {
+                    item.value = cleanAbsolutePath(value);
+                    item.overridden = true;
+                }
+            }
+        } else if (name == QLatin1String("--vsys")) {
             unit = -1;
         } else if (name == QLatin1String("--unit")) {
             unit = value.toInt();
@@ -231,7 +246,7 @@ QString importDisks(Context &context, const Package &package, const QList<Applia
             return failure;
         }
         const QByteArray data = package.files.value(items[unit].value);
-        const Medium medium{newUuid(), target, QStringLiteral("VMDK"), 0};
+        const Medium medium{newUuid(), target, QStringLiteral("VMDK"), 0, {}};
         // A real VMDK image is kept whole as the payload, so that copies carry it; an image
         // of the stand-in's own export gets its new UUID.
         if (data.startsWith("KDMV")) {
@@ -253,10 +268,10 @@ QString importDisks(Context &context, const Package &package, const QList<Applia
 }
 
 int doImport(Context &context, const Package &package, const QList<ApplianceItem> &items,
-             const QList<bool> &ignored)
+             const QList<bool> &ignored, const QString &baseFolder)
 {
     const QString name = itemValue(items, ApplianceItem::Name);
-    const QString folder = QDir(context.host.machineFolder).filePath(sanitizedFileName(name));
+    const QString folder = QDir(baseFolder).filePath(sanitizedFileName(name));
     const QString settingsFile = QDir(folder).filePath(sanitizedFileName(name) + ".vbox");
     const QString summary = QStringLiteral("Appliance import failed");
     if (QFileInfo::exists(settingsFile))
@@ -343,10 +358,11 @@ int importCommand(Context &context, const QStringList &args)
         return syntaxError(context, QStringLiteral("Not enough arguments for \"import\" command."));
     const QString path = cleanAbsolutePath(options.positional().first());
     Package package;
-    QString error;
-    if (!readPackage(path, &package, &error))
+    QString error, code;
+    if (!readPackage(path, &package, &error, &code))
         return applianceError(context, QStringLiteral("Appliance read failed"), error,
-                              QStringLiteral("handleImportAppliance"), 379);
+                              QStringLiteral("handleImportAppliance"),
+                              context.format->sourceLine(SourceCall::ReadAppliance), code);
     printErr(context.format->progress());
     printErr(QStringLiteral("Interpreting %1...\nOK.\n").arg(path));
     QList<ApplianceItem> items = describe(context, package.system, context.host.machineFolder);
@@ -354,19 +370,24 @@ int importCommand(Context &context, const QStringList &args)
     for (int i = 0; i < items.size(); ++i)
         ignored.append(false);
     applyOverrides(options, &items, &ignored);
-    // Disks that keep their suggested place and the settings file follow a new machine name.
+    // Disks that keep their suggested place (and, as the version has it, the settings file)
+    // follow a new machine name and base folder. 5.2 has no base folder item and ignores
+    // the option.
     const QString name = itemValue(items, ApplianceItem::Name);
-    const QString folder = QDir(context.host.machineFolder).filePath(sanitizedFileName(name));
+    const QString base = context.format->listsMachineFolderItems()
+                             ? itemValue(items, ApplianceItem::BaseFolder)
+                             : context.host.machineFolder;
+    const QString folder = QDir(base).filePath(sanitizedFileName(name));
     for (ApplianceItem &item : items) {
         if (item.kind == ApplianceItem::Disk && !item.overridden)
             item.extra = folder + '/' + item.value;
-        if (item.kind == ApplianceItem::SettingsFile)
+        if (item.kind == ApplianceItem::SettingsFile && context.format->settingsFileFollowsName())
             item.value = folder + '/' + sanitizedFileName(name) + QStringLiteral(".vbox");
     }
     printOut(disksListing(package) + context.format->importListing(items));
     if (options.has(QStringLiteral("--dry-run")) || options.has(QStringLiteral("-n")))
         return ExitSuccess;
-    return doImport(context, package, items, ignored);
+    return doImport(context, package, items, ignored, base);
 }
 
 namespace {

@@ -99,6 +99,7 @@ QString copyMedia(Context &context, const ClonedStates &states, const QString &f
             continue;
         Medium copy = *medium;
         copy.uuid = newUuid();
+        copy.parent.clear(); // a full copy
         copy.location = QDir(folder).filePath(QStringLiteral("%1-disk%2.%3")
                                                   .arg(sanitizedFileName(name))
                                                   .arg(i + 1)
@@ -142,9 +143,7 @@ int cloneVmCommand(Context &context, const QStringList &args)
         printComError(
             {QStringLiteral("Machine settings file '%1' already exists").arg(settingsFile),
              codeFileError(), QStringLiteral("MachineWrap"), QStringLiteral("IMachine"),
-             QStringLiteral("CreateMachine(bstrSettingsFile.raw(), "
-                            "Bstr(pszTrgName).raw(), ComSafeArrayAsInParam(groups), "
-                            "NULL, createFlags.raw(), trgMachine.asOutParam())"),
+             context.format->cloneCreateMachineCall(),
              context.format->sourceLine(SourceCall::CloneCreateMachine), MiscFile});
         return ExitFailure;
     }

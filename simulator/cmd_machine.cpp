@@ -33,8 +33,9 @@ bool renameMachine(Context &context, Machine &m, const QString &newName)
             printComError({QStringLiteral("Could not rename the directory '%1' to '%2' to save "
                                           "the settings file (VERR_ALREADY_EXISTS)")
                                .arg(oldFolder, newFolder),
-                           codeFileError(), QStringLiteral("SessionMachine"),
-                           QStringLiteral("IMachine"), QStringLiteral("SaveSettings()"), 2982,
+                           codeFailure(), QStringLiteral("SessionMachine"),
+                           QStringLiteral("IMachine"), QStringLiteral("SaveSettings()"),
+                           context.format->sourceLine(SourceCall::SaveRenamedSettings),
                            ModifyFile});
             return false;
         }
@@ -236,7 +237,8 @@ int showVmInfoCommand(Context &context, const QStringList &args)
     Machine *m = context.machine(options.positional().first(),
                                  QStringLiteral("FindMachine(Bstr(VMNameOrUuid).raw(), "
                                                 "machine.asOutParam())"),
-                                 2761, QStringLiteral("VBoxManageInfo.cpp"));
+                                 context.format->sourceLine(SourceCall::FindShownMachine),
+                                 QStringLiteral("VBoxManageInfo.cpp"));
     if (!m)
         return ExitFailure;
     printOut(context.format->showVmInfo(context.host, *m));
@@ -293,7 +295,14 @@ int startVmCommand(Context &context, const QStringList &args)
                            QStringLiteral("LaunchVMProcess(a->session, sessionType.raw(), "
                                           "Bstr(strEnv).raw(), progress.asOutParam())"),
                            727, MiscFile);
-    printOut(QStringLiteral("Waiting for VM \"%1\" to power on...\n").arg(m->name));
+    // VirtualBox names the machine as it was given.
+    printOut(
+        QStringLiteral("Waiting for VM \"%1\" to power on...\n").arg(options.positional().first()));
+    if (context.faultIs("fail")) {
+        printError(context.fault->message.isEmpty() ? QStringLiteral("Injected failure")
+                                                    : context.fault->message);
+        return context.fault->exitCode;
+    }
     if (context.faultIs("vmx"))
         return startFailure(QStringLiteral("VT-x is not available (VERR_VMX_NO_VMX)"));
     if (context.faultIs("svm"))
@@ -329,7 +338,7 @@ int controlVmCommand(Context &context, const QStringList &args)
     if (!m)
         return ExitFailure;
     if (!m->isRunning()) {
-        printError(QStringLiteral("Machine '%1' is not currently running").arg(m->name));
+        printError(QStringLiteral("Machine '%1' is not currently running.").arg(m->name));
         return ExitFailure;
     }
     const QString action = args[2];

@@ -76,7 +76,7 @@ Medium *openMedium(Context &context, const QString &pathOrUuid)
                        179, DiskFile});
         return nullptr;
     }
-    context.host.media.append({newUuid(), path, formatFromSuffix(path), 0});
+    context.host.media.append({newUuid(), path, formatFromSuffix(path), 0, {}});
     context.changed = true;
     return &context.host.media.last();
 }
@@ -246,7 +246,7 @@ int createMediumCommand(Context &context, const QStringList &args)
                              QStringLiteral("VBOX_E_FILE_ERROR"),
                              QStringLiteral("handleCreateMedium"),
                              context.format->sourceLine(SourceCall::CreateMedium));
-    const Medium medium{newUuid(), path, format.toUpper(), size.toLongLong()};
+    const Medium medium{newUuid(), path, format.toUpper(), size.toLongLong(), {}};
     writeImageFile(path, medium);
     context.host.media.append(medium);
     context.changed = true;
@@ -278,7 +278,7 @@ int cloneMediumCommand(Context &context, const QStringList &args)
                                  .arg(target),
                              QStringLiteral("VBOX_E_FILE_ERROR"),
                              QStringLiteral("handleCloneMedium"), 993);
-    const Medium clone{newUuid(), target, format, sourceCopy.sizeMB};
+    const Medium clone{newUuid(), target, format, sourceCopy.sizeMB, {}};
     if (context.faultIs("diskfull") || !copyImageFile(sourceCopy.location, target, clone)) {
         QFile::remove(target);
         return mediumFailure(

@@ -1,6 +1,9 @@
 #include "commands.h"
 #include "console.h"
 
+#include <QDir>
+#include <QFile>
+
 namespace VBoxSim {
 
 namespace {
@@ -36,6 +39,100 @@ bool removeSnapshot(std::vector<Snapshot> &list, const QString &uuid)
     return false;
 }
 
+void replaceMedium(MachineConfig &config, const QString &from, const QString &to)
+{
+    for (StorageController &c : config.controllers)
+        for (Attachment &a : c.attachments)
+            if (a.mediumUuid == from)
+                a.mediumUuid = to;
+}
+
+void replaceMedium(std::vector<Snapshot> &list, const QString &from, const QString &to)
+{
+    for (Snapshot &s : list) {
+        replaceMedium(s.config, from, to);
+        replaceMedium(s.children, from, to);
+    }
+}
+
+void removeMedium(HostState &host, const QString &uuid)
+{
+    for (int i = 0; i < host.media.size(); ++i) {
+        if (host.media[i].uuid == uuid) {
+            QFile::remove(host.media[i].location);
+            host.media.removeAt(i--);
+        }
+    }
+}
+
+// Once a snapshot holds a disk, VirtualBox writes to a new differencing image of it in the
+// snapshot folder, named after its UUID; the image starts out with its parent's contents.
+void attachDifferencingImages(HostState &host, Machine &m)
+{
+    const QString folder = QDir(m.folder()).filePath(QStringLiteral("Snapshots"));
+    for (StorageController &c : m.config.controllers) {
+        for (Attachment &a : c.attachments) {
+            const Medium *parent = host.findMedium(a.mediumUuid);
+            if (!parent || a.type != QLatin1String("hdd"))
+                continue;
+            Medium diff = *parent;
+            diff.uuid = newUuid();
+            diff.parent = parent->uuid;
+            diff.location =
+                QStringLiteral("%1/{%2}.%3").arg(folder, diff.uuid, parent->format.toLower());
+            QDir().mkpath(folder);
+            copyImageFile(parent->location, diff.location, diff);
+            a.mediumUuid = diff.uuid;
+            host.media.append(diff);
+        }
+    }
+}
+
+// The differencing images of the current state that no snapshot and no other machine
+// holds, which a restore throws away.
+void discardCurrentImages(HostState &host, const Machine &m)
+{
+    Machine snapshotsOnly;
+    snapshotsOnly.snapshots = m.snapshots;
+    const QStringList kept = snapshotsOnly.allMediumUuids();
+    for (const QString &uuid : m.config.mediumUuids()) {
+        const Medium *medium = host.findMedium(uuid);
+        if (medium && !medium->parent.isEmpty() && !kept.contains(uuid) &&
+            host.machinesUsing(uuid).size() <= 1)
+            removeMedium(host, uuid);
+    }
+}
+
+// After a snapshot is gone, each of its disks that nothing holds any more takes in its one
+// differencing image (which then goes), as VirtualBox merges them.
+void mergeReleasedImages(HostState &host, Machine &m, const MachineConfig &released)
+{
+    for (const QString &uuid : released.mediumUuids()) {
+        if (m.allMediumUuids().contains(uuid) || !host.machinesUsing(uuid).isEmpty())
+            continue;
+        QStringList children;
+        for (const Medium &medium : host.media)
+            if (medium.parent == uuid)
+                children.append(medium.uuid);
+        const Medium *parent = host.findMedium(uuid);
+        if (!parent || children.size() > 1)
+            continue;
+        if (children.isEmpty()) {
+            if (!parent->parent.isEmpty())
+                removeMedium(host, uuid);
+            continue;
+        }
+        const Medium *child = host.findMedium(children.first());
+        copyImageFile(child->location, parent->location, *parent);
+        for (Medium &medium : host.media)
+            if (medium.parent == child->uuid)
+                medium.parent = uuid;
+        replaceMedium(m.config, child->uuid, uuid);
+        replaceMedium(m.snapshots, child->uuid, uuid);
+        removeMedium(host, children.first());
+    }
+}
+
 Snapshot *findOrComplain(Machine &m, const QString &name)
 {
     Snapshot *s = m.findSnapshot(name);
@@ -63,6 +160,7 @@ int take(Context &context, Machine &m, const QStringList &args)
     if (m.currentSnapshot.isEmpty() || !addChild(m.snapshots, m.currentSnapshot, snapshot))
         m.snapshots.push_back(snapshot);
     m.currentSnapshot = snapshot.uuid;
+    attachDifferencingImages(context.host, m);
     context.changed = true;
     printProgress(context);
     printOut(QStringLiteral("Snapshot taken. UUID: %1\n").arg(snapshot.uuid));
@@ -88,8 +186,10 @@ int restore(Context &context, Machine &m, const QStringList &args)
     }
     printOut(QStringLiteral("Restoring snapshot '%1' (%2)\n").arg(s->name, s->uuid));
     printProgress(context);
+    discardCurrentImages(context.host, m);
     m.config = s->config;
     m.currentSnapshot = s->uuid;
+    attachDifferencingImages(context.host, m);
     context.changed = true;
     return ExitSuccess;
 }
@@ -104,7 +204,9 @@ int remove(Context &context, Machine &m, const QStringList &args)
     printOut(QStringLiteral("Deleting snapshot '%1' (%2)\n").arg(s->name, s->uuid));
     printProgress(context);
     const QString uuid = s->uuid;
+    const MachineConfig released = s->config;
     removeSnapshot(m.snapshots, uuid);
+    mergeReleasedImages(context.host, m, released);
     if (m.currentSnapshot == uuid)
         m.currentSnapshot.clear();
     context.changed = true;

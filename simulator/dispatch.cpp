@@ -115,7 +115,9 @@ bool applyGenericFault(Context &context, const QStringList &args, int *exitCode)
     }
     const bool hostOnlyCreate = args.size() > 1 && args[0] == QLatin1String("hostonlyif") &&
                                 args[1] == QLatin1String("create");
-    if (fault->kind == QLatin1String("fail") && !hostOnlyCreate) {
+    // A failed start is reported after the machine's launch has begun.
+    const bool startVm = !args.isEmpty() && args[0] == QLatin1String("startvm");
+    if (fault->kind == QLatin1String("fail") && !hostOnlyCreate && !startVm) {
         printError(fault->message.isEmpty() ? QStringLiteral("Injected failure") : fault->message);
         *exitCode = fault->exitCode;
         return true;

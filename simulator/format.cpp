@@ -4,6 +4,7 @@
 #include "format61.h"
 #include "format70.h"
 #include "format71.h"
+#include "format72.h"
 #include "translation.h"
 
 #include <QDateTime>
@@ -42,9 +43,10 @@ const PropertyLine HeadProperties[] = {
     {52, 70, "Maximum guest CPU count:         32"},
     {70, 0, "Maximum guest CPU count:         64"},
     {52, 0, "Virtual disk limit (info):       2199022206976 Bytes"},
-    {52, 0, "Maximum Serial Port count:       4"},
-    {52, 0, "Maximum Parallel Port count:     2"},
-    {52, 0, "Maximum Boot Position:           4"},
+    // 7.2 moved these three under the platform properties.
+    {52, 72, "Maximum Serial Port count:       4"},
+    {52, 72, "Maximum Parallel Port count:     2"},
+    {52, 72, "Maximum Boot Position:           4"},
 };
 
 // The per-chipset limits, which 7.1 moved under "x86 platform properties:".
@@ -126,6 +128,8 @@ std::unique_ptr<Format> Format::create(const QString &version, const QString &la
         format = std::make_unique<Format70>();
     else if (version == QLatin1String("7.1"))
         format = std::make_unique<Format71>();
+    else if (version == QLatin1String("7.2"))
+        format = std::make_unique<Format72>();
     else
         format = std::make_unique<Format>();
     format->m_language = language;
@@ -156,19 +160,34 @@ QString Format::versionNumber() const
 
 int Format::sourceLine(SourceCall call) const
 {
-    // For 5.2.44, 6.0.24, 6.1.50, 7.0.10 and 7.1.6 in turn; where a release's sources were
-    // not at hand, those of the release before it, or for 7.x those of 6.1, stand in.
-    static const QMap<SourceCall, std::array<int, 5>> lines = {
-        {SourceCall::HostOnlyCreate, {94, 94, 95, 105, 105}},
-        {SourceCall::HostOnlyRemove, {139, 139, 140, 150, 150}},
-        {SourceCall::HostOnlyIpConfig, {231, 231, 232, 242, 242}},
-        {SourceCall::CreateMedium, {450, 450, 510, 630, 630}},
-        {SourceCall::CloneCreateMachine, {467, 593, 594, 704, 742}},
-        {SourceCall::CloneProgress, {480, 480, 610, 610, 610}},
-        {SourceCall::ImportAppliance, {877, 877, 1363, 1436, 1447}},
-        {SourceCall::ExportAppliance, {1263, 1263, 1941, 2028, 2028}}};
-    static const QList<int> releases = {52, 60, 61, 70, 71};
+    // For 5.2.44, 6.0.24, 6.1.50, 7.0.10, 7.1.6 and 7.2.22 in turn; where a release's sources
+    // were not at hand, those of the release before it, or for 7.x those of 6.1, stand in.
+    static const QMap<SourceCall, std::array<int, 6>> lines = {
+        {SourceCall::HostOnlyCreate, {94, 94, 95, 105, 105, 105}},
+        {SourceCall::HostOnlyRemove, {139, 139, 140, 150, 150, 150}},
+        {SourceCall::HostOnlyIpConfig, {231, 231, 232, 242, 242, 242}},
+        {SourceCall::CreateMedium, {450, 450, 510, 630, 630, 630}},
+        {SourceCall::CloneCreateMachine, {467, 593, 594, 704, 742, 743}},
+        {SourceCall::CloneProgress, {480, 480, 610, 610, 610, 610}},
+        {SourceCall::ImportAppliance, {877, 877, 1363, 1436, 1447, 1447}},
+        {SourceCall::ExportAppliance, {1263, 1263, 1941, 2028, 2028, 2028}},
+        {SourceCall::ReadAppliance, {379, 379, 379, 379, 379, 513}},
+        {SourceCall::FindShownMachine, {2761, 2761, 2761, 2761, 2761, 3248}},
+        {SourceCall::SaveRenamedSettings, {2982, 2982, 2982, 2982, 2982, 3863}}};
+    static const QList<int> releases = {52, 60, 61, 70, 71, 72};
     return lines.value(call)[size_t(std::max(0, releases.indexOf(release())))];
+}
+
+QString Format::cloneCreateMachineCall() const
+{
+    // 7.1 added the platform architecture and three more arguments.
+    if (release() >= 71)
+        return QStringLiteral("CreateMachine(bstrSettingsFile.raw(), Bstr(pszTrgName).raw(), "
+                              "platformArch, ComSafeArrayAsInParam(groups), NULL, "
+                              "createFlags.raw(), NULL, NULL, NULL, trgMachine.asOutParam())");
+    return QStringLiteral("CreateMachine(bstrSettingsFile.raw(), Bstr(pszTrgName).raw(), "
+                          "ComSafeArrayAsInParam(groups), NULL, createFlags.raw(), "
+                          "trgMachine.asOutParam())");
 }
 
 QString Format::logo() const

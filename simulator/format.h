@@ -51,7 +51,10 @@ enum class SourceCall {
     CloneCreateMachine,
     CloneProgress,
     ImportAppliance,
-    ExportAppliance
+    ExportAppliance,
+    ReadAppliance,
+    FindShownMachine,
+    SaveRenamedSettings
 };
 
 // The output formats of one VirtualBox version. The base class prints 5.2; later
@@ -87,6 +90,12 @@ public:
     // 6.1.28 and later allow host-only addresses only in 192.168.56.0/21 by default.
     virtual bool restrictsHostOnlyAddresses() const { return false; }
     int sourceLine(SourceCall call) const;
+    // The call text of CreateMachine in the context of a failed clone.
+    QString cloneCreateMachineCall() const;
+    // Until 7.2 the suggested settings file of an import follows a name given with --vmname.
+    virtual bool settingsFileFollowsName() const { return true; }
+    // The sound card an appliance expects, as the import listing quotes it.
+    virtual QString expectedSoundCard(const QString &ovfType) const { return ovfType; }
     // 6.1 rewrote "dhcpserver": new option names beside the old ones, other messages.
     virtual bool rewrittenDhcpServerCommand() const { return false; }
 
@@ -96,7 +105,7 @@ public:
     QString progress() const;
 
 protected:
-    // The release as a number, 52 for 5.2.44, 71 for 7.1.6.
+    // The release as a number, 52 for 5.2.44, 72 for 7.2.22.
     int release() const;
     QString versionNumber() const;
     virtual int copyrightYear() const { return 2020; }
@@ -121,6 +130,8 @@ protected:
     QString layout(const InfoLines &lines) const;
     virtual QString vmStorage(HostState &host, const Machine &machine) const;
     QString vmNics(const Machine &machine) const;
+    // The lines after a NAT adapter.
+    virtual QString natSettings(int slot) const;
     QString attachment(const NetworkAdapter &nic) const;
     virtual QString vmTail(const Machine &machine) const;
     QString legacyDevices() const;

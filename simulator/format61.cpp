@@ -39,18 +39,28 @@ QString Format61::dhcpServers(const HostState &host) const
 
 QString Format61::diskItem(const QString &n, int unit, const ApplianceItem &item) const
 {
-    const QString what = item.overridden ? QStringLiteral("Hard disk image specified with --disk")
-                                         : QStringLiteral("Hard disk image");
-    return QStringLiteral("%1: %2: source image=%3, target path=%4, controller=%5;port=%6\n"
-                          "    (change target path with \"--vsys 0 --unit %7 --disk path\";\n"
-                          "    change controller with \"--vsys 0 --unit %7 --controller "
-                          "<index>\";\n"
-                          "    change controller port with \"--vsys 0 --unit %7 --port <n>\";\n"
-                          "    disable with \"--vsys 0 --unit %7 --ignore\")\n")
-        .arg(n, what, item.value, item.extra)
+    // A disk placed with --disk keeps only the hints for its controller and port.
+    const QString hints =
+        QStringLiteral("change controller with \"--vsys 0 --unit %1 --controller <index>\";\n"
+                       "    change controller port with \"--vsys 0 --unit %1 --port <n>\"")
+            .arg(unit);
+    if (item.overridden)
+        return QStringLiteral("%1: Hard disk image specified with --disk: source image=%2, target "
+                              "path=%3, controller=%4;port=%5\n    (%6)\n")
+            .arg(n, item.value, item.extra)
+            .arg(item.controllerUnit)
+            .arg(item.channel)
+            .arg(hints);
+    return QStringLiteral("%1: Hard disk image: source image=%2, target path=%3, "
+                          "controller=%4;port=%5\n"
+                          "    (change target path with \"--vsys 0 --unit %6 --disk path\";\n"
+                          "    %7;\n"
+                          "    disable with \"--vsys 0 --unit %6 --ignore\")\n")
+        .arg(n, item.value, diskTarget(item.extra))
         .arg(item.controllerUnit)
         .arg(item.channel)
-        .arg(unit);
+        .arg(unit)
+        .arg(hints);
 }
 
 } // namespace VBoxSim

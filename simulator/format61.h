@@ -19,6 +19,8 @@ protected:
     QString dhcpServer(const DhcpServer &server) const override;
     QString memoryLabel() const override { return QStringLiteral("Memory size:"); }
     QString diskItem(const QString &unit, int index, const ApplianceItem &item) const override;
+    // The target path a disk that keeps its suggested place is listed with.
+    virtual QString diskTarget(const QString &path) const { return path; }
 };
 
 } // namespace VBoxSim

@@ -6,7 +6,7 @@ namespace VBoxSim {
 
 // VirtualBox 7.1.6: platform properties apart in systemproperties, showvminfo's head in
 // a new order with the platform architecture.
-class Format71 final : public Format70
+class Format71 : public Format70
 {
 public:
     QString versionString() const override;

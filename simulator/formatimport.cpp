@@ -42,7 +42,7 @@ QString Format::importListing(const QList<ApplianceItem> &items) const
         case ApplianceItem::SoundCard:
             t += QStringLiteral("%1: Sound card (appliance expects \"%2\", can change on import)\n"
                                 "    (disable with \"--vsys 0 --unit %3 --ignore\")\n")
-                     .arg(n, item.value)
+                     .arg(n, expectedSoundCard(item.value))
                      .arg(unit);
             break;
         case ApplianceItem::Usb:
@@ -76,6 +76,11 @@ QString Format::importListing(const QList<ApplianceItem> &items) const
                      .arg(n, item.value);
             break;
         case ApplianceItem::BaseFolder:
+            if (item.overridden) {
+                t += QStringLiteral("%1: VM base folder specified with --basefolder: \"%2\"\n")
+                         .arg(n, item.value);
+                break;
+            }
             t += QStringLiteral("%1: Suggested VM base folder \"%2\"\n    (change with \"--vsys 0 "
                                 "--basefolder <path>\")\n")
                      .arg(n, item.value);

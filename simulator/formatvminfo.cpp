@@ -177,11 +177,16 @@ QString Format::vmNics(const Machine &m) const
                                    n.cableConnected ? QStringLiteral("on") : QStringLiteral("off"),
                                    n.type));
         if (n.attachment == QLatin1String("nat"))
-            t += QStringLiteral("NIC %1 Settings:  MTU: 0, Socket (send: 64, receive: 64), TCP "
-                                "Window (send:64, receive: 64)\n")
-                     .arg(i + 1);
+            t += natSettings(i + 1);
     }
     return t;
+}
+
+QString Format::natSettings(int slot) const
+{
+    return QStringLiteral("NIC %1 Settings:  MTU: 0, Socket (send: 64, receive: 64), TCP Window "
+                          "(send:64, receive: 64)\n")
+        .arg(slot);
 }
 
 // Input devices and ports, printed alike by every version.

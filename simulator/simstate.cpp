@@ -340,11 +340,15 @@ QJsonObject HostState::toJson() const
     QJsonArray machineArray, mediaArray, hostOnlyArray, bridgedArray, dhcpArray;
     for (const Machine &m : machines)
         machineArray.append(VBoxSim::toJson(m));
-    for (const Medium &m : media)
-        mediaArray.append(QJsonObject{{"uuid", m.uuid},
-                                      {"location", m.location},
-                                      {"format", m.format},
-                                      {"size", QString::number(m.sizeMB)}});
+    for (const Medium &m : media) {
+        QJsonObject medium{{"uuid", m.uuid},
+                           {"location", m.location},
+                           {"format", m.format},
+                           {"size", QString::number(m.sizeMB)}};
+        if (!m.parent.isEmpty())
+            medium.insert(QStringLiteral("parent"), m.parent);
+        mediaArray.append(medium);
+    }
     for (const HostOnlyInterface &i : hostOnlyInterfaces)
         hostOnlyArray.append(QJsonObject{{"name", i.name},
                                          {"index", i.index},
@@ -385,7 +389,7 @@ HostState HostState::fromJson(const QJsonObject &json)
     for (const QJsonValue &v : json["media"].toArray()) {
         const QJsonObject o = v.toObject();
         host.media.append({o["uuid"].toString(), o["location"].toString(), o["format"].toString(),
-                           o["size"].toString().toLongLong()});
+                           o["size"].toString().toLongLong(), o["parent"].toString()});
     }
     for (const QJsonValue &v : json["hostOnlyInterfaces"].toArray()) {
         const QJsonObject o = v.toObject();

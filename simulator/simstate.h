@@ -107,6 +107,7 @@ struct Medium
     QString location;
     QString format = QStringLiteral("VDI");
     qint64 sizeMB = 0;
+    QString parent; // of a differencing image, the UUID of the medium it grows on
 };
 
 struct HostOnlyInterface

@@ -129,6 +129,11 @@ TEST(CliSimulatedHostTest, AFullDiskOrAnUnusableFolderFailsClearlyAndLeavesNothi
     }
     EXPECT_FALSE(QFileInfo::exists(host.scratch() + "/../home/qm/.Brellstock/Quillomate/"
                                                     "deployed/b"));
+    // A file that is no appliance is named as such, in VirtualBox's words of every version.
+    const VmtoolsResult notAnAppliance = host.run({"create", "d", host.scratch() + "/file"});
+    EXPECT_EQ(notAnAppliance.exitCode, 1);
+    EXPECT_TRUE(notAnAppliance.err.contains(": the file is not an appliance (VirtualBox: "))
+        << notAnAppliance.err.toStdString();
 
     // A deploy folder that the desktop application chose and that cannot be made.
     QFile settings(host.scratch() + "/../home/.config/Brellstock/Quillomate.conf");

@@ -78,7 +78,7 @@ TEST(SimulatorCommands, ImportsTheSampleApplianceWithItsDisksAndProfile)
                {"guestproperty get real product_model", 0, "Value: Real Phone\n", OutIs},
                {"import " + cut + " -n", 1,
                 errorLines({"Appliance read failed",
-                            "Could not read OVF file '" + cut + "' (VERR_TAR_UNEXPECTED_EOS)"})}});
+                            "Error reading OVA '" + cut + "' (VERR_TAR_UNEXPECTED_EOS)"})}});
     EXPECT_EQ(host.vbox({"list", "vms"}).out.count('\n'), 2);
 }
 
@@ -146,7 +146,7 @@ TEST(SimulatorCommands, RunningUnknownAndMisconfiguredMachinesAreRefusedAsVirtua
          {"controlvm phone resume", 0},
          {"controlvm phone resume", 1},
          {"controlvm phone poweroff", 0},
-         {"controlvm phone poweroff", 1, errorLines({"Machine 'phone' is not currently running"}),
+         {"controlvm phone poweroff", 1, errorLines({"Machine 'phone' is not currently running."}),
           ErrIs},
          {"showvminfo ghost", 1, ghost},
          {"startvm ghost", 1, ghost},
@@ -221,6 +221,8 @@ TEST(SimulatorCommands, SnapshotsAreTakenListedAndRestored)
                      "      Name: factory-backup (UUID: " +
                      second + ") *\n",
                  OutIs},
+                // The disks are now differencing images named after their UUIDs.
+                {"showvminfo phone", 0, "/VirtualBox VMs/phone/Snapshots/{", OutHas},
                 {"snapshot phone restore " + first, 0},
                 {"guestproperty get phone vbox_dpi", 0, "Value: 320\n", OutIs},
                 {"showvminfo phone", 0, "\nMemory size:     2048MB\n", OutHas},

@@ -396,7 +396,7 @@ const QList<Operation> &operations()
              const int reset = s.phone->resetFactory();
              return all({yesNo(backedUp), yesNo(canReset), {reset != 0, QString::number(reset)}});
          },
-         "- - - S S S S -"},
+         "- - F S S S S -"},
         {"`getIPAddress` / `resetIP` (running)", Needs::RunningDevice, 0,
          [](Subject &s) {
              const QString address = s.phone->getIPAddress();

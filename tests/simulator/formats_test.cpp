@@ -1,4 +1,4 @@
-// What changes when the stand-in prints the formats of VirtualBox 6.0 to 7.1.
+// What changes when the stand-in prints the formats of VirtualBox 6.0 to 7.2.
 #include "simhost.h"
 
 TEST(SimulatorFormats, From70MessagesFollowTheLanguageOfTheEnvironment)
@@ -78,6 +78,9 @@ TEST(SimulatorFormats, DhcpServersPerVersion)
           {"dhcpserver remove --ifname vboxnet1", 1, errorLines({v61Missing}), ErrIs}}},
         {"7.1",
          {{"list dhcpservers", 0, v61Listing, OutHas},
+          {"dhcpserver remove --ifname vboxnet1", 1, errorLines({v61Missing}), ErrIs}}},
+        {"7.2",
+         {{"list dhcpservers", 0, v61Listing, OutHas},
           {"dhcpserver remove --ifname vboxnet1", 1, errorLines({v61Missing}), ErrIs}}}};
     for (const auto &[version, runs] : versions) {
         SCOPED_TRACE(version.toStdString());
@@ -155,7 +158,12 @@ TEST(SimulatorFormats, From70StorageLinesAndGuestPropertiesLookDifferent)
         {"7.1",
          {"Name:                        phone\nEncryption:                  disabled\n"
           "Groups:                      /\nPlatform Architecture:       x86\nGuest OS:",
-          "\nNumber of CPUs:              2\nHPET:"}}};
+          "\nNumber of CPUs:              2\nHPET:"}},
+        {"7.2",
+         {"Name:                        phone\nEncryption:                  disabled\n"
+          "Groups:                      /\nPlatform Architecture:       x86\nGuest OS:",
+          "\nNIC 2 Settings:\n\tMTU: 0, Socket (send: 64, receive: 64), TCP Window (send:64, "
+          "receive: 64),\n\tLocalhostReachable: 1, ForwardBroadcast: 0, EnableTFTP: 0\nNIC 3:"}}};
     for (const auto &[version, head] : versions) {
         SCOPED_TRACE(version.toStdString());
         SimHost host(version);
@@ -197,4 +205,105 @@ TEST(SimulatorFormats, From70StorageLinesAndGuestPropertiesLookDifferent)
                                      "105 of file VBoxManageHostonly.cpp"}),
                      ErrIs}});
     }
+}
+
+namespace {
+
+// The labels of showvminfo in order, without their values.
+QStringList labels(const QString &info)
+{
+    QStringList result;
+    for (const QString &line : info.split('\n'))
+        result.append(line.left(line.indexOf(':') + 1));
+    return result;
+}
+
+// The UUIDs of the differencing images that showvminfo lists in `snapshots`.
+QStringList differencingImages(const QString &info, const QString &snapshots)
+{
+    const QRegularExpression image(
+        "  Port \\d, Unit \\d: UUID: ([0-9a-f-]{36})\\n    Location: \"" +
+        QRegularExpression::escape(snapshots) + "/\\{\\1\\}\\.vmdk\"\\n");
+    QStringList uuids;
+    for (auto it = image.globalMatch(info); it.hasNext();)
+        uuids.append(it.next().captured(1));
+    return uuids;
+}
+
+} // namespace
+
+// The commands of scripts/record-vboxmanage.sh against the 7.2 profile, compared with what
+// VirtualBox 7.2 printed for them: whole texts where nothing varies, else the labels.
+TEST(SimulatorFormats, V72PrintsWhatTheRecordedVirtualBoxPrinted)
+{
+    SimHost host("7.2");
+    host.addHostOnlyNetwork();
+    const QString work = host.path("work");
+    const QString deployed = work + "/deployed";
+    const auto recorded = [&](const char *name) {
+        QFile file(QStringLiteral(TEST_DATA_DIR "/7.2/") + name);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+        return QString::fromUtf8(file.readAll())
+            .replace("/home/user/work", work)
+            .replace("/home/user/VirtualBox VMs", host.home() + "/VirtualBox VMs");
+    };
+    QDir().mkpath(work);
+    QFile bad(work + "/bad.ova");
+    ASSERT_TRUE(bad.open(QIODevice::WriteOnly));
+    bad.write("not an appliance\n");
+    bad.close();
+    QString import = "import " VBOXSIM_SAMPLE_OVA " --vsys 0 --vmname phone --cpus 2 --memory 2048";
+    int unit = 13;
+    for (const char *disk : {"system", "data", "sdcard"})
+        import += QString(" --vsys 0 --unit %1 --disk %2/phone/android_%3_disk.vmdk")
+                      .arg(unit++)
+                      .arg(deployed, disk);
+    const QString clone =
+        "clonevm phone --mode all --name copy --register --basefolder " + deployed;
+    expectRuns(
+        host,
+        {{"import " VBOXSIM_SAMPLE_OVA " -n", 0, recorded("import-dry-run.txt"), OutIs},
+         {"setproperty machinefolder " + deployed, 0},
+         {import, 0, recorded("import.txt"), OutIs},
+         {"snapshot phone list", 1, recorded("error-snapshot-list-none-stdout.txt"), OutIs},
+         {"controlvm phone poweroff", 1, recorded("error-controlvm-not-running.txt"), ErrIs},
+         {"showvminfo ghost", 1, recorded("error-showvminfo-missing.txt"), ErrIs},
+         {"import " + work + "/bad.ova -n", 1, recorded("error-import-not-appliance.txt"), ErrIs}});
+    const QString before = host.vbox({"showvminfo", "phone"}).out;
+    EXPECT_EQ(labels(before), labels(recorded("machine-showvminfo.txt"))) << qPrintable(before);
+
+    // The disks are written to differencing images once a snapshot holds them; a restore
+    // replaces them with new ones.
+    const QString snapshots = deployed + "/phone/Snapshots";
+    host.vbox({"snapshot", "phone", "take", "factory-backup"});
+    const QString after = host.vbox({"showvminfo", "phone"}).out;
+    EXPECT_EQ(labels(after), labels(recorded("machine-showvminfo-after-snapshot.txt")))
+        << qPrintable(after);
+    const QStringList taken = differencingImages(after, snapshots);
+    EXPECT_EQ(taken.size(), 3) << qPrintable(after);
+    host.vbox({"snapshot", "phone", "restore", "factory-backup"});
+    const QStringList restored =
+        differencingImages(host.vbox({"showvminfo", "phone"}).out, snapshots);
+    EXPECT_EQ(restored.size(), 3);
+    for (const QString &uuid : taken)
+        EXPECT_FALSE(restored.contains(uuid));
+    EXPECT_EQ(QDir(snapshots).entryList(QDir::Files).size(), 3);
+
+    expectRuns(host, {{clone + " --snapshot factory-backup", 0},
+                      {clone, 1, recorded("error-clonevm-taken.txt"), ErrIs},
+                      {"modifyvm copy --name phone", 1, recorded("error-rename-taken.txt"), ErrIs},
+                      {"startvm copy --type headless", 0,
+                       "Waiting for VM \"copy\" to power on...\n", OutHas}});
+
+    // A base folder of one's own is listed and honoured, and disks placed with --disk keep
+    // only the controller and port hints (from 6.1 on).
+    const QString base = work + "/base";
+    expectRuns(host, {{"import " VBOXSIM_SAMPLE_OVA " --vsys 0 --vmname other --basefolder " +
+                           base + " --vsys 0 --unit 15 --disk " + work + "/sd.vmdk",
+                       0,
+                       "\n 4: VM base folder specified with --basefolder: \"" + base +
+                           "\"\n 5: Number of CPUs: 2\n",
+                       OutHas}});
+    EXPECT_TRUE(QFileInfo::exists(base + "/other/other.vbox"));
+    EXPECT_TRUE(QFileInfo::exists(base + "/other/android_system_disk.vmdk"));
 }

@@ -156,7 +156,7 @@ TEST_P(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
 // kernel-module warnings first.
 INSTANTIATE_TEST_SUITE_P(EveryVersion, SimulatorLifecycle,
                          ::testing::Values(Profile{"5.2"}, Profile{"6.0"}, Profile{"6.1"},
-                                           Profile{"7.0"}, Profile{"7.1"},
+                                           Profile{"7.0"}, Profile{"7.1"}, Profile{"7.2"},
                                            Profile{"7.1", "ru_RU.UTF-8"}, Profile{"7.0", "C"},
                                            Profile{"7.1", "", "* nodriver\n"}),
                          [](const ::testing::TestParamInfo<Profile> &info) {
