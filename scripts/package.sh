@@ -105,9 +105,11 @@ install_here() {
 install_in_clean_root() {
     local work=$1 chroot_root=$1/root
     "$root/scripts/install-deps.sh" clean-root
-    echo "package.sh: making a minimal Debian 12 in $chroot_root"
-    "${sudo[@]}" debootstrap --variant=minbase bookworm "$chroot_root" \
-        "${DEBIAN_MIRROR:-http://deb.debian.org/debian}" >"$work/debootstrap.log" ||
+    local mirror
+    mirror=$("$root/scripts/lib/debian-mirror.sh") || fail "no Debian mirror for the clean root"
+    echo "package.sh: making a minimal Debian 12 in $chroot_root from $mirror"
+    "${sudo[@]}" debootstrap --variant=minbase bookworm "$chroot_root" "$mirror" \
+        >"$work/debootstrap.log" ||
         { tail -20 "$work/debootstrap.log" >&2; fail "debootstrap failed"; }
     "${sudo[@]}" cp "$runtime" "$chroot_root/tmp/"
     local in_root=("${sudo[@]}" chroot "$chroot_root" /usr/bin/env -i

@@ -9,6 +9,14 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 jobs=$(nproc)
+
+# No package host is written into a script: mirrors come from the machine's apt sources
+# (scripts/lib/debian-mirror.sh).
+if addresses=$(grep -rnE 'https?://' "$root/scripts" "$root/.ci"); then
+    echo "these scripts hold an http(s) address; take it from the apt sources instead:" >&2
+    echo "$addresses" >&2
+    exit 1
+fi
 "$root/scripts/install-deps.sh"
 
 run_tests() {

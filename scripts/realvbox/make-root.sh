@@ -39,23 +39,6 @@ fail() {
 }
 step() { printf 'real-vbox.sh: %s\n' "$*" >&2; }
 
-# The first Debian archive (not the security one) that apt on this machine uses.
-debian_mirror() {
-    if [[ -n ${VMTOOLS_DEBIAN_MIRROR:-} ]]; then
-        printf '%s\n' "$VMTOOLS_DEBIAN_MIRROR"
-        return
-    fi
-    local uri
-    uri=$({
-        cat /etc/apt/sources.list.d/*.sources 2>/dev/null |
-            sed -n 's/^URIs:[[:space:]]*//p' | tr -s ' \t' '\n'
-        cat /etc/apt/sources.list /etc/apt/sources.list.d/*.list 2>/dev/null |
-            sed -n 's/^[[:space:]]*deb[[:space:]]\+\(\[[^]]*\][[:space:]]\+\)\{0,1\}\([^[:space:]]\+\).*/\2/p'
-    } | grep -v -e '-security' -e '^$' | head -n 1) || true
-    [[ -n $uri ]] || fail "no Debian mirror found in /etc/apt/sources.list{,.d}; set VMTOOLS_DEBIAN_MIRROR"
-    printf '%s\n' "$uri"
-}
-
 # Refuses to delete a tree that still has something mounted inside it.
 remove_tree() {
     if awk -v p="$1/" 'index($5 "/", p) == 1 { found = 1 } END { exit !found }' /proc/self/mountinfo; then
@@ -64,7 +47,7 @@ remove_tree() {
     rm -rf "$1"
 }
 
-mirror=$(debian_mirror)
+mirror=$("$(dirname "$0")/../lib/debian-mirror.sh") || fail "no Debian mirror to make the root from"
 if ! command -v debootstrap >/dev/null 2>&1; then
     step "installing debootstrap"
     apt-get install -y -q debootstrap >/dev/null 2>&1 ||
