@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Benchmark entry point: a QCoreApplication and a home of the run's own (the operations
 // write settings and device folders), the plug-in's log lines swallowed so that only the
 // reports reach the terminal, and the targets' ratios printed after the usual report.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whole engine operations against the stand-in answering at once. Within each operation
 // the time spent in its child runs is clocked (runclock.h); what remains is the library's
 // own. The same calls are then run again as bare spawns of the same stand-in, which shows

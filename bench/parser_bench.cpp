@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Each parser on outputs of 1 to 1000 records (guest properties up to 10,000). The input
 // size goes out as a counter, so that the summary can state MB/s of input.
 #include "samples.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The time the plug-in spends inside the child runs it makes: every VBoxManage call through

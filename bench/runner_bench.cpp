@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The command runner against the bare minimum that any runner must do with the same child.
 // The variants take turns within each iteration, so that a change in the machine's load
 // weighs on all of them alike and their ratio stays fair on a busy machine.

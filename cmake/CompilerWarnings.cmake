@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Warnings for every target of the project.
 function(vmtools_set_warnings target)
     target_compile_options(${target} PRIVATE -Wall -Wextra)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Writes CHANGELOG.md as a Debian changelog, compressed as Debian wants it, so that each
 # package's changelog.gz says what each version brings. CHANGELOG.md's form is kept
 # simple for this: "## <version> (<yyyy-mm-dd>)" headings, "- " items, indented lines.

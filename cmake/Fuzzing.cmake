@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # -DVMTOOLS_BUILD_FUZZERS=ON builds fuzz/ with clang: every target of the build gets
 # libFuzzer's coverage hooks and AddressSanitizer and UndefinedBehaviorSanitizer, so the
 # readers under test are instrumented, not only the fuzz targets around them.

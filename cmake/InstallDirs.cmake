@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Where `cmake --install` puts everything. vmtools lives with its plugins/ folder in a
 # directory of its own under the library directory (the loader looks beside the real
 # executable), and bin/ holds only a link to it.

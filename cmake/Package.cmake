@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The CMake package that host applications find with find_package(VMTools): the targets
 # VMTools::Framework and VMTools::vboxmanage, and vmtools_deploy_plugin().
 include(CMakePackageConfigHelpers)

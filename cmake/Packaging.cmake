@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Debian packages made by CPack from the install rules: "vmtools" (the library, the
 # plug-in and the program) and "vmtools-dev" (headers and the CMake package).
 # scripts/package.sh drives it.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # A plug-in the host opens at run time: a MODULE library written to bin/plugins/.
 function(vmtools_add_plugin target)
     cmake_parse_arguments(ARG "" "OUTPUT_DIRECTORY;OUTPUT_NAME" "SOURCES;LIBRARIES" ${ARGN})

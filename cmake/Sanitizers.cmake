@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # -DVMTOOLS_SANITIZE=address,undefined builds every target with those sanitizers,
 # and any report ends the process so that a test run fails on it.
 if(VMTOOLS_SANITIZE)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # vmtools_deploy_plugin(<host target> [DESTINATION <dir>])
 #
 # Puts the VirtualBox engine plug-in into plugins/ beside the host's executable, where

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // vmtools' command line, one argument per line of the input.
 #include "fuzztext.h"
 

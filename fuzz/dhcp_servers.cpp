@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "list dhcpservers" in every layout.
 #include "fuzztext.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "guestproperty enumerate", and the search for one key in it; the key the engine asks
 // for, and one from the input's first line.
 #include "fuzztext.h"

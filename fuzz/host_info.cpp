@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "list hostinfo" and "list systemproperties", through the readers and the engine's
 // members that keep the limits.
 #include "fuzztext.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The disks of "import <appliance> -n".
 #include "fuzztext.h"
 

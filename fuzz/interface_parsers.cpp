@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The two network readers of VBoxInterfaceParser: bridgeable interfaces and how adapter 2
 // of a description is connected.
 #include "fuzztext.h"

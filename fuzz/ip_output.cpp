@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "ip addr show dev <name>" and "ip route"; the interface name is the input's first line.
 #include "fuzztext.h"
 

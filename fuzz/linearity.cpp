@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Times one fuzz target on inputs of 64 KB, 256 KB and 1 MB built from its dictionary's
 // labels and its seeds (many records, repeated labels, one long line, long blank runs),
 // and fails when four times the input takes clearly more than four times as long.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every fact read from a "showvminfo" description.
 #include "fuzztext.h"
 

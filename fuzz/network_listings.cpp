@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "list hostonlyifs", "list bridgedifs" and the answer of "hostonlyif create".
 #include "fuzztext.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A profile value as "vmtools set" reads it, for a key of every kind; and the key lookup.
 #include "fuzztext.h"
 

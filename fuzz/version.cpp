@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "--version", and the release read from its answer.
 #include "fuzztext.h"
 

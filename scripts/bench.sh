@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The benchmark command: installs what is missing (Google Benchmark included), builds a
 # Release tree in build-bench/ with the benchmarks on, and runs them. The usual report is
 # followed by a summary of the ratios the targets are stated in. Arguments go to the

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Checks the install rules as a host application's developer meets them: installs a
 # built tree into a prefix, moves the prefix elsewhere, builds examples/host against it
 # with only find_package(VMTools), and runs that host and the installed vmtools (through

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The main command: installs what is missing, builds vmtools with the plug-in, and runs
 # a device's whole life with it: create, configure, start, wait for its address, stop,
 # back up, clone, rename, reset, export (and a cancelled export), copy a disk, dump,

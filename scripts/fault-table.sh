@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The fault table: builds what the fault test needs in build/ (BUILD_DIR=) when it is
 # missing or out of date, runs every engine and machine operation under every fault against
 # the stand-in, and puts the measured table into docs/reliability.md between its marker

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Fuzzes every reader of VirtualBox's and ip's output and vmtools' command line.
 #
 #   scripts/fuzz.sh [SECONDS_PER_TARGET]      (default 60)

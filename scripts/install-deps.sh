@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Installs, from Debian's archive, whatever the build and the tests need and this
 # machine lacks. Pass "bench" to add what the benchmarks need, "package" what the Debian
 # packages need, "clean-root" what a fresh Debian root for them needs, "fuzz" what the

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Builds the Debian packages vmtools and vmtools-dev with CPack, from a release build of
 # its own (build-package/ by default), and checks them with lintian.
 #

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # What each vmtools command costs against the VBoxManage first on PATH: its wall time, the
 # VBoxManage runs it makes, and the time of one "VBoxManage list vms" beside it, as a
 # Markdown table for docs/performance.md. Each command runs three times; the median counts.

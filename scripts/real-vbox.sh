@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Runs commands against a real VirtualBox 7.2 on this Debian 12 machine, which has no
 # VirtualBox kernel modules. VirtualBox 7.2 comes from Debian's unstable suite and needs a
 # newer C library, so it lives in a Debian root of its own; each run enters that root in

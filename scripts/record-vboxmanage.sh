@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Records what the VBoxManage first on PATH prints for each command the plug-in runs, on
 # success and on failure, into tests/data/VERSION/ (or OUT_DIR): the readings of the
 # parsers are then checked against that VirtualBox's own words. Its machines have names

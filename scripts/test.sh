@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The test command: installs what is missing, builds, and runs every test through
 # CTest; then builds the tests again with AddressSanitizer and UndefinedBehaviorSanitizer
 # and runs them once more, failing on any report (SANITIZERS=0 skips that pass), and the

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The race check: installs what is missing, builds the framework's tests with
 # ThreadSanitizer in build-tsan/, and runs the command runner's and the observer's tests,
 # the cancellation stress test at a thousand runs in place of its default few hundred.

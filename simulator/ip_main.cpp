@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The ip stand-in: addresses and routes of the simulated host's interfaces.
 #include "dispatch.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The VBoxManage stand-in: answers the plug-in's command lines from a simulated host.
 #include "console.h"
 #include "dispatch.h"

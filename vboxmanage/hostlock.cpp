@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hostlock.h"
 
 #include <vmtools/paths.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "vboxmanagecore.h"
 
 // The one symbol a host looks up in this library.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # bash completion for vmtools: commands, their options, device names and profile values.
 # Installed as share/bash-completion/completions/vmtools, loaded when vmtools is completed.
 

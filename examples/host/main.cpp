@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads the VirtualBox engine the way a desktop host does and lists its devices:
 //   example-host
 // prints the framework's version, the engine's start-up state and VirtualBox's version,

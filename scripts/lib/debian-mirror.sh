@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Prints the Debian archive that this machine's apt uses (the first one that is not the
 # security archive), or VMTOOLS_DEBIAN_MIRROR when it is set. Scripts that fetch packages
 # take it from here, so that no package host is written into the repository.

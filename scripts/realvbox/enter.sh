@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The first process of a run's own mount, network and PID namespaces (started by
 # real-vbox.sh): mounts what VirtualBox needs into the root, runs the command there, then
 # stops VirtualBox's VBoxSVC and undoes the mounts. Anything still running when this

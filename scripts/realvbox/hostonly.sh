@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The host-only adapters that VirtualBox's kernel module would make, stood in by veth pairs.
 # VirtualBox takes any Ethernet interface named vboxnetN for a host-only adapter: it lists it,
 # configures it (through its own VBoxNetAdpCtl) and serves DHCP on it. Only making and

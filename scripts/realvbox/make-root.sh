@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Makes the Debian unstable root that holds VirtualBox 7.2 (about 4 minutes and 1 GB):
 #
 #   make-root.sh ROOT MARKER

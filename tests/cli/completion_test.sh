@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The shell completions and the manual page: each valid for its reader, and the bash
 # completion completing what vmtools takes, against a stand-in vmtools with two devices.
 #

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // vmtools as a child process: listing, showing, dumping, creating, cloning, renaming, deleting.
 #include "vmtoolshost.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // vmtools as a child process: usage, engine information, logging, deploy folder.
 #include "vmtoolshost.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // vmtools as a child process: export, Ctrl-C during and outside it, disk images.
 #include "vmtoolshost.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // vmtools as a child process: start, stop, wait for the address, factory backup and reset.
 #include "vmtoolshost.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The pure parts of vmtools: command-line parsing, profile values, names, texts.
 #include "commandcontext.h"
 #include "commandline.h"

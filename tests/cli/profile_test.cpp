@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // vmtools as a child process: profile values and the outward network.
 #include "vmtoolshost.h"
 

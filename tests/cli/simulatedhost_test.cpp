@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // vmtools against the simulated VirtualBox: two at once, as the desktop application and
 // vmtools (or two vmtools) may run, sharing VirtualBox's default machine folder and its
 // host-only interface; and a host whose disk fills up or whose folders cannot be written.

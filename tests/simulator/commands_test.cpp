@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The stand-in's commands in the VirtualBox 5.2 formats, each test against a fresh host.
 #include "simhost.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // VirtualBox misbehaving under every engine and machine operation, end to end: the plug-in
 // loaded as a host loads it, against the stand-in, with one fault at a time on every run of
 // VBoxManage that the operation makes. A cell checks the operation's result, its time

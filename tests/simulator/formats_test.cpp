@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What changes when the stand-in prints the formats of VirtualBox 6.0 to 7.2.
 #include "simhost.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The whole life of a device: the plug-in, loaded as a host loads it, against the stand-in
 // printing each VirtualBox version's formats (and 7.1's in Russian, which the plug-in must
 // not see), with the files on disk checked after each step. The test's home folder holds

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // A simulated VirtualBox host of its own for each test, driven through the stand-in

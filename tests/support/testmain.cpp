@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Test entry point: a QCoreApplication, and a home, configuration folder and QM_HOME of
 // the test's own, so that no test touches the real user's settings or files.
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A host's view of the plug-in: the engine comes from bin/plugins through the loader and
 // everything after that goes through the two virtual interfaces only.
 #include "vboxtest.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The parsers left QRegExp for QRegularExpression to keep up with long outputs. Their
 // results must stay those of the QRegExp patterns, so these tests run the QRegExp forms as
 // references over recorded outputs and over the awkward shapes. The layouts of 6.0 to 7.1

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An engine plug-in whose behaviour the test picks through the environment:
 //   FAKE_ENGINE_NULL=1        the factory returns null
 //   FAKE_ENGINE_STATE=n       initialize returns state n (default 0)

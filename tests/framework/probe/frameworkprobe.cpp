@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs one process-wide facility in a fresh process and prints what it saw:
 //   frameworkprobe paths
 //   frameworkprobe get KEY DEFAULT | set KEY VALUE | remove KEY

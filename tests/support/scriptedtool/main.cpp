@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A scripted stand-in for VBoxManage and ip. Installed under those names (symbolic
 // links) in a folder first on PATH; STANDIN_DIR names the folder that holds:
 //   script.json  the rules: [{"tool", "match": "exact|prefix|pattern", "args" or
