@@ -284,6 +284,27 @@ int create(CommandContext &c)
                             .arg(card));
 }
 
+// VirtualBox copies the source's current state along with its snapshots, so a clone that
+// is to start from the factory backup is returned to the copy of it that it carries.
+bool returnToFactoryBackup(CommandContext &c, const QString &clone, int *code)
+{
+    const auto machine = c.machine(clone, code);
+    if (!machine)
+        return false;
+    if (!c.step(QStringLiteral("Returning %1 to the factory backup").arg(clone))) {
+        *code = c.interrupted();
+        return false;
+    }
+    if (machine->resetFactory() != 0) {
+        *code = c.fail(QStringLiteral("%1 was made, but not returned to the factory backup; "
+                                      "run 'vmtools factory-reset %1'")
+                           .arg(clone));
+        return false;
+    }
+    c.stepDone();
+    return true;
+}
+
 int cloneDevice(CommandContext &c)
 {
     const QString source = c.argument(0);
@@ -316,6 +337,8 @@ int cloneDevice(CommandContext &c)
     if (result != EngineResult::Success)
         return engineFailure(c, result);
     c.stepDone();
+    if (fromFactory && !returnToFactoryBackup(c, target, &code))
+        return code;
     return c.out().done({{QStringLiteral("source"), source}, {QStringLiteral("name"), target}},
                         QStringLiteral("Cloned %1 to %2.").arg(source, target));
 }

@@ -45,12 +45,24 @@ done
 
 # The same life against a real VirtualBox 7.2 from Debian's archive, in a root of its own
 # (scripts/real-vbox.sh; about 4 minutes to make the first time): in CI, or with REALVBOX=1.
+# Then the life through the plug-in as a host loads it, on a host without adapters.
 if [[ ${REALVBOX:-} == 1 || (${CI:-} == true && ${REALVBOX:-} != 0) ]]; then
     log=$root/build/demo-real.log
     if DEMO_REAL=1 BUILD_DIR=$root/build "$root/scripts/demo.sh" >"$log" 2>&1; then
         echo "demo with the real VirtualBox: passed ($(grep -m1 '^Using\|^7\.' "$log" || true))"
     else
         echo "demo with the real VirtualBox: FAILED; its output:" >&2
+        cat "$log" >&2
+        exit 1
+    fi
+    log=$root/build/life-real.log
+    if "$root/scripts/real-vbox.sh" netreset >"$log" 2>&1 &&
+        VMTOOLS_REAL_VIRTUALBOX=1 "$root/scripts/real-vbox.sh" run -- \
+            "$root/build/bin/simulator_tests" --gtest_filter='RealVirtualBox/*' >>"$log" 2>&1 &&
+        ! grep -q '^\[  SKIPPED \]' "$log"; then
+        echo "a device's life through the plug-in with the real VirtualBox: passed"
+    else
+        echo "a device's life through the plug-in with the real VirtualBox: FAILED; its output:" >&2
         cat "$log" >&2
         exit 1
     fi

@@ -48,7 +48,8 @@ int cloneFailure(Context &context, const QString &message)
 }
 
 // The states a clone is made of: the current one or a snapshot's, and for mode "all" the
-// snapshots that come with it.
+// snapshots that come with it. Mode "all" copies the whole machine, current state and every
+// snapshot, whatever snapshot is named.
 struct ClonedStates
 {
     MachineConfig config;
@@ -77,10 +78,12 @@ bool selectStates(Machine &source, const Options &options, ClonedStates *states)
                        453, MiscFile});
         return false;
     }
+    if (all) {
+        states->snapshots = source.snapshots;
+        return true;
+    }
     states->config = snapshot->config;
     states->current = snapshot->uuid;
-    if (all)
-        states->snapshots.push_back(*snapshot);
     return true;
 }
 
@@ -94,22 +97,32 @@ QString copyMedia(Context &context, const ClonedStates &states, const QString &f
     probe.snapshots = states.snapshots;
     const QStringList uuids = probe.allMediumUuids();
     QDir().mkpath(folder);
+    int baseDisks = 0;
     for (int i = 0; i < uuids.size(); ++i) {
         const Medium *medium = context.host.findMedium(uuids[i]);
         if (!medium)
             continue;
         Medium copy = *medium;
         copy.uuid = newUuid();
-        copy.parent.clear(); // a full copy
-        copy.location = QDir(folder).filePath(QStringLiteral("%1-disk%2.%3")
-                                                  .arg(sanitizedFileName(name))
-                                                  .arg(i + 1)
-                                                  .arg(QFileInfo(medium->location).suffix()));
+        // Base disks are named after the clone; differencing images keep their chain, in
+        // the clone's snapshot folder.
+        const QString suffix = QFileInfo(medium->location).suffix();
+        if (medium->parent.isEmpty()) {
+            copy.location = QDir(folder).filePath(QStringLiteral("%1-disk%2.%3")
+                                                      .arg(sanitizedFileName(name))
+                                                      .arg(++baseDisks)
+                                                      .arg(suffix));
+        } else {
+            QDir(folder).mkpath(QStringLiteral("Snapshots"));
+            copy.location =
+                QDir(folder).filePath(QStringLiteral("Snapshots/{%1}.%2").arg(copy.uuid, suffix));
+        }
         const bool full = context.faultIs("diskfull");
         if (full || !copyImageFile(medium->location, copy.location, copy)) {
             QFile::remove(copy.location);
             for (const Medium &made : *copies)
                 QFile::remove(made.location);
+            QDir(folder).rmdir(QStringLiteral("Snapshots"));
             QDir().rmdir(folder);
             return QStringLiteral("Could not create the clone medium '%1' (%2)")
                 .arg(copy.location, full ? QStringLiteral("VERR_DISK_FULL")
@@ -118,6 +131,9 @@ QString copyMedia(Context &context, const ClonedStates &states, const QString &f
         map->insert(medium->uuid, copy.uuid);
         copies->append(copy);
     }
+    for (Medium &copy : *copies)
+        if (!copy.parent.isEmpty())
+            copy.parent = map->value(copy.parent, copy.parent);
     return QString();
 }
 

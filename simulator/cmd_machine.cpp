@@ -45,8 +45,10 @@ bool renameMachine(Context &context, Machine &m, const QString &newName)
     }
     const QString oldFile = QDir(newFolder).filePath(QFileInfo(m.settingsFile).fileName());
     const QString newFile = QDir(newFolder).filePath(sanitizedFileName(newName) + ".vbox");
-    if (oldFile != newFile)
+    if (oldFile != newFile) {
         QFile::rename(oldFile, newFile);
+        QFile::rename(oldFile + QStringLiteral("-prev"), newFile + QStringLiteral("-prev"));
+    }
     for (Medium &medium : context.host.media)
         if (medium.location.startsWith(oldFolder + '/'))
             medium.location = newFolder + medium.location.mid(oldFolder.size());

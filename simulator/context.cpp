@@ -174,9 +174,6 @@ bool copyImageFile(const QString &source, const QString &target, const Medium &m
 
 void writeSettingsFile(const Machine &m)
 {
-    QSaveFile file(m.settingsFile);
-    if (!file.open(QIODevice::WriteOnly))
-        return;
     QString xml = QStringLiteral("<?xml version=\"1.0\"?>\n"
                                  "<VirtualBox xmlns=\"http://www.virtualbox.org/\" "
                                  "version=\"1.16-linux\">\n"
@@ -197,6 +194,19 @@ void writeSettingsFile(const Machine &m)
                        .arg(p.flags);
     xml += QStringLiteral("      </GuestProperties>\n    </Hardware>\n  </Machine>\n"
                           "</VirtualBox>\n");
+    // VirtualBox writes only what changed, and keeps the settings it replaces beside them.
+    QFile current(m.settingsFile);
+    if (current.open(QIODevice::ReadOnly)) {
+        if (current.readAll() == xml.toUtf8())
+            return;
+        current.close();
+        const QString previous = m.settingsFile + QStringLiteral("-prev");
+        QFile::remove(previous);
+        QFile::copy(m.settingsFile, previous);
+    }
+    QSaveFile file(m.settingsFile);
+    if (!file.open(QIODevice::WriteOnly))
+        return;
     file.write(xml.toUtf8());
     file.commit();
 }

@@ -142,14 +142,18 @@ private:
     std::thread m_thread;
 };
 
-// Every file and folder below `root`, relative to it.
+// Every file and folder below `root`, relative to it, but for the copy of a machine's old
+// settings that VirtualBox keeps on any change.
 QStringList tree(const QString &root)
 {
     QStringList entries;
     QDirIterator it(root, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
                     QDirIterator::Subdirectories);
-    while (it.hasNext())
-        entries.append(QDir(root).relativeFilePath(it.next()));
+    while (it.hasNext()) {
+        const QString entry = QDir(root).relativeFilePath(it.next());
+        if (!entry.endsWith(QLatin1String(".vbox-prev")))
+            entries.append(entry);
+    }
     entries.sort();
     return entries;
 }

@@ -22,6 +22,9 @@
 
 #include <memory>
 
+#include <pwd.h>
+#include <unistd.h>
+
 struct ToolRun
 {
     int exitCode = -1;
@@ -39,7 +42,18 @@ public:
         QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     }
 
+    // "real" is the VirtualBox first on PATH, as it is: for a run in the real-VirtualBox
+    // root, which has no stand-in and nothing to fault.
+    bool isReal() const { return m_version == QStringLiteral("real"); }
     QString home() const { return m_dir.path() + QStringLiteral("/host"); }
+    // Where VirtualBox keeps its machines unless told otherwise: in the home folder that
+    // the password database names, whatever HOME says.
+    QString defaultMachineFolder() const
+    {
+        const QString userHome =
+            isReal() ? QFile::decodeName(::getpwuid(::getuid())->pw_dir) : home();
+        return userHome + QStringLiteral("/VirtualBox VMs");
+    }
     QString path(const QString &relative) const { return m_dir.path() + '/' + relative; }
     void setBootMs(int ms) { m_bootMs = ms; }
     // A variable of the runs' environment; a null value removes it. The locale variables
@@ -56,7 +70,9 @@ public:
     QProcessEnvironment environment() const
     {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("PATH"), QStringLiteral(VBOXSIM_BIN_DIR ":") + env.value("PATH"));
+        if (!isReal())
+            env.insert(QStringLiteral("PATH"),
+                       QStringLiteral(VBOXSIM_BIN_DIR ":") + env.value("PATH"));
         env.insert(QStringLiteral("VBOXSIM_HOME"), home());
         env.insert(QStringLiteral("VBOXSIM_VERSION"), m_version);
         env.insert(QStringLiteral("VBOXSIM_BOOT_MS"), QString::number(m_bootMs));
@@ -80,8 +96,10 @@ public:
         ScopedEnvironment scope;
         const QProcessEnvironment env = environment();
         for (const char *name :
-             {"PATH", "VBOXSIM_HOME", "VBOXSIM_VERSION", "VBOXSIM_BOOT_MS", "VBOXSIM_FAULTS"})
-            scope.set(name, env.value(name).toUtf8());
+             {"PATH", "VBOXSIM_HOME", "VBOXSIM_VERSION", "VBOXSIM_BOOT_MS", "VBOXSIM_FAULTS"}) {
+            if (!isReal())
+                scope.set(name, env.value(name).toUtf8());
+        }
         for (const char *name : {"LC_ALL", "LC_MESSAGES", "LC_CTYPE", "LANG"})
             scope.set(name, locale.isEmpty() ? qgetenv(name) : locale);
         Settings::remove(QStringLiteral("host.only.interface"));
@@ -99,7 +117,7 @@ public:
     {
         auto process = std::make_unique<QProcess>();
         process->setProcessEnvironment(environment());
-        process->start(program(tool), args);
+        process->start(isReal() ? tool : program(tool), args);
         process->waitForStarted();
         return process;
     }
