@@ -13,7 +13,8 @@
 # standard error of one that failed. A host-only adapter named vboxnet0 must exist or be
 # creatable (it is left in place). RECORD_INACCESSIBLE=1 also records a machine that
 # VirtualBox cannot read: it kills VirtualBox's service, so only for a service of its own,
-# as inside scripts/real-vbox.sh.
+# as inside scripts/real-vbox.sh. RECORD_LOCKED=1 also records a machine locked by another
+# session (below).
 set -euo pipefail
 
 appliance=$(readlink -f "${1:?usage: record-vboxmanage.sh APPLIANCE [OUT_DIR]}")
@@ -163,10 +164,34 @@ if [[ ${RECORD_INACCESSIBLE:-0} == 1 ]]; then
     VBoxManage unregistervm "$uuid" >/dev/null 2>&1 || true
 fi
 
+# A machine locked by another client's session: moving a large disk to another file system
+# holds the lock for seconds. Only with RECORD_LOCKED=1: it needs 6 GB in /dev/shm.
+if [[ ${RECORD_LOCKED:-0} == 1 ]]; then
+    locked=vmtools-record-locked
+    VBoxManage createvm --name "$locked" --basefolder "$work" --register >/dev/null
+    VBoxManage storagectl "$locked" --name SATA --add sata
+    VBoxManage createmedium disk --filename "$work/$locked/big.vdi" --size 6000 --variant Fixed >/dev/null
+    VBoxManage storageattach "$locked" --storagectl SATA --port 0 --type hdd --medium "$work/$locked/big.vdi"
+    target=$(mktemp -d /dev/shm/vmtools-record.XXXXXX)
+    VBoxManage movevm "$locked" --type basic --folder "$target" >/dev/null 2>&1 &
+    mover=$!
+    until [[ $(VBoxManage modifyvm "$locked" --description waiting 2>&1) == *"already locked"* ]]; do
+        kill -0 "$mover" 2>/dev/null || { echo "record-vboxmanage.sh: the move never held the lock" >&2; exit 1; }
+        sleep 0.05
+    done
+    fails modifyvm-locked modifyvm "$locked" --memory 1024
+    fails startvm-locked startvm "$locked" --type headless
+    fails snapshot-take-locked snapshot "$locked" take factory-backup
+    wait "$mover"
+    VBoxManage unregistervm "$locked" --delete >/dev/null
+    rm -rf "$target"
+fi
+
 # The same words every time: this run's folders and the machines' own names replaced.
 service_home=$(dirname "$user_folder")
 while IFS= read -r file; do
     sed -i -e "s|$work|/home/user/work|g" -e "s|$service_home|/home/user|g" \
-        -e "s|$copy|copy|g" -e "s|$phone|phone|g" -e "s|$foreign|foreign|g" "$file"
+        -e "s|$copy|copy|g" -e "s|$phone|phone|g" -e "s|$foreign|foreign|g" \
+        -e "s|vmtools-record-locked|locked|g" "$file"
 done < <(find "$out" -name '*.txt')
 echo "recorded VirtualBox $version into $out"
