@@ -134,6 +134,23 @@ expect_files() {
 }
 expect_files "$deploy/$phone" android_system_disk.vmdk android_data_disk.vmdk sdcard.vdi "$phone.vbox"
 
+# Inside the real-VirtualBox root this run has VirtualBox's service to itself, so another
+# application's machine can be made unreadable, as a removed folder makes it on a desktop.
+if ((!simulate)) && [[ ${DEMO_INSIDE:-0} == 1 ]]; then
+    say "Beside another application's machine that VirtualBox cannot read"
+    VBoxManage createvm --name "vmtools-demo-foreign-$$" --basefolder "$work/foreign" --register >/dev/null
+    rm -rf "$work/foreign"
+    # Killed, not ended: an ending service would write the machine's settings back.
+    pkill -KILL -x VBoxSVC || true
+    while pgrep -x VBoxSVC >/dev/null; do sleep 0.2; done
+    foreign=$(VBoxManage list vms | sed -n 's/^"<inaccessible>" {\(.*\)}$/\1/p')
+    [[ -n $foreign ]] || { echo "the foreign machine did not become inaccessible" >&2; exit 1; }
+    run list
+    "$vmtools" list | grep -q "^$phone " || { echo "list lost $phone" >&2; exit 1; }
+    run dump "$work/dump-beside-foreign.txt"
+    VBoxManage unregistervm "$foreign"
+fi
+
 say "Its profile"
 run set "$phone" resolution 1080x1920 density 420 navigation-bar on device-id 358240051111110
 run get "$phone" resolution density navigation-bar
