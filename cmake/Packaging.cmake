@@ -7,7 +7,7 @@ include(cmake/DebianChangelog.cmake)
 set(VMTOOLS_PACKAGE_MAINTAINER "vmtools developers <vmtools@brellstock.invalid>"
     CACHE STRING "Maintainer named in the Debian packages")
 foreach(package vmtools vmtools-dev)
-    vmtools_debian_changelog(${PROJECT_SOURCE_DIR}/CHANGELOG.md ${package}
+    vmtools_debian_changelog(${PROJECT_SOURCE_DIR}/CHANGELOG.md ${package} ${PROJECT_VERSION}
         "${VMTOOLS_PACKAGE_MAINTAINER}" ${PROJECT_BINARY_DIR}/packaging/${package}/changelog.gz)
 endforeach()
 install(FILES ${PROJECT_BINARY_DIR}/packaging/vmtools/changelog.gz
