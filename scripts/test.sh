@@ -18,6 +18,8 @@ if addresses=$(grep -rnE 'https?://' "$root/scripts" "$root/.ci"); then
     echo "$addresses" >&2
     exit 1
 fi
+# Every source file names its licence.
+"$root/scripts/check-licence.sh"
 "$root/scripts/install-deps.sh"
 
 run_tests() {
