@@ -45,14 +45,18 @@ std::unique_ptr<VMToolsMachine> machine(VMToolsEngine &engine, const QString &na
     return std::unique_ptr<VMToolsMachine>(engine.getMachine(name));
 }
 
-// Cancels once a child of this process is VBoxManage itself (past any wrapper script), so
-// that it is VirtualBox that is interrupted.
-void cancelOnceVBoxManageRuns(VMToolsObserver &observer)
+// Cancels once a child of this process is VBoxManage itself exporting (past any wrapper
+// script), so that it is VirtualBox that is interrupted.
+void cancelOnceVBoxManageExports(VMToolsObserver &observer)
 {
     for (int waited = 0; waited < 30000; ++waited) {
         for (const qint64 child : ProcStats::children()) {
-            const QString exe = QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(child));
-            if (exe.endsWith(QStringLiteral("/VBoxManage"))) {
+            const QString proc = QStringLiteral("/proc/%1/").arg(child);
+            QFile cmdline(proc + QStringLiteral("cmdline"));
+            const bool exporting = cmdline.open(QIODevice::ReadOnly) &&
+                                   cmdline.readAll().contains(QByteArrayLiteral("\0export\0"));
+            if (exporting && QFile::symLinkTarget(proc + QStringLiteral("exe"))
+                                 .endsWith(QStringLiteral("/VBoxManage"))) {
                 observer.cancel();
                 return;
             }
@@ -170,7 +174,7 @@ TEST_P(SimulatorLifecycle, ADeviceIsCreatedUsedCopiedExportedResetAndDeleted)
     // An export cancelled from another thread leaves nothing either.
     host.setFaults(faults + "export slow ms=20000\n");
     VMToolsObserver observer;
-    std::thread canceller(cancelOnceVBoxManageRuns, std::ref(observer));
+    std::thread canceller(cancelOnceVBoxManageExports, std::ref(observer));
     EXPECT_FALSE(engine->exportMachine(copy.get(), exports + "/cancelled.ova", &observer));
     canceller.join();
     EXPECT_TRUE(observer.isCanceled());
