@@ -17,8 +17,8 @@
 namespace {
 
 constexpr int TickMs = 250;
-// A cancel that finds no child yet (or signals our own process group while the child
-// is starting) must not start a storm of signals: repeat it only this often.
+// A cancel that finds no child yet must not become a storm of retries: repeat it only
+// this often.
 constexpr qint64 CancelSpacingMs = 500;
 
 [[noreturn]] void stopAtOnce(const QString &message, int exitCode)

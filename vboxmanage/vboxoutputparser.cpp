@@ -218,12 +218,14 @@ QList<QPair<QString, QString>> parseGuestProperties(const QString &output)
 {
     static const QRegularExpression property(
         QStringLiteral("Name: (\\w+), value: (.*), timestamp:.*"));
-    // 7.0 and later: "<name padded> = '<value>' @ <time> <flags>", sorted by name. The
-    // value runs to the last quote: neither the time nor the flags hold one.
-    static const QRegularExpression sortedProperty(QStringLiteral("^(\\w+) += '(.*)'"),
+    // 7.0 and later: "<name padded> = '<value>'<padding>@ <time> <flags>", sorted by name.
+    // The value is printed unescaped, so it runs to the line's last "' @ ": neither the
+    // time nor the flags hold one. This layout is tried first: a value of its own may
+    // read as a line of the earlier layout, where no line of that one reads as this.
+    static const QRegularExpression sortedProperty(QStringLiteral("^(\\w+) += '(.*)' +@ "),
                                                    QRegularExpression::MultilineOption);
     QList<QPair<QString, QString>> properties;
-    for (const QRegularExpression *pattern : {&property, &sortedProperty}) {
+    for (const QRegularExpression *pattern : {&sortedProperty, &property}) {
         QRegularExpressionMatchIterator it = pattern->globalMatch(output);
         while (it.hasNext()) {
             const QRegularExpressionMatch match = it.next();

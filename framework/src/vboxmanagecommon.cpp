@@ -65,6 +65,30 @@ private:
     QProcess &m_process;
 };
 
+// Hands the call's process to the observer and takes it back, under the observer's lock,
+// before the process object is destroyed: a cancel from another thread never reads a
+// process object that is going away.
+class ObserverRegistration
+{
+public:
+    ObserverRegistration(VMToolsObserver *observer, QProcess *process)
+        : m_observer(observer)
+    {
+        if (m_observer)
+            m_observer->setProcess(process);
+    }
+    ~ObserverRegistration()
+    {
+        if (m_observer)
+            m_observer->setProcess(nullptr);
+    }
+    ObserverRegistration(const ObserverRegistration &) = delete;
+    ObserverRegistration &operator=(const ObserverRegistration &) = delete;
+
+private:
+    VMToolsObserver *m_observer;
+};
+
 // The first of the variables that is set and not empty, as the C library reads them.
 QString firstSet(const QProcessEnvironment &env, std::initializer_list<const char *> names)
 {
@@ -120,8 +144,7 @@ CallResult call(const QString &program, const QStringList &arguments, Options op
     const ChildReaper reaper(process);
     process.setProcessChannelMode(QProcess::SeparateChannels);
     process.setProcessEnvironment(childEnvironment());
-    if (observer)
-        observer->setProcess(&process);
+    const ObserverRegistration registration(observer, &process);
     if (!silent)
         VBoxLog::debug() << "Call:" << arguments;
 

@@ -74,12 +74,17 @@ void VMToolsObserver::reset()
 
 // SIGINT, never a forced kill: VBoxManage cleans up after itself on an interrupt.
 // The lock is held while signalling so that setProcess cannot swap the process.
+// Before its child starts and once it has ended, a process object reports id 0, and
+// kill(0, ...) would interrupt the caller's whole process group: then nothing is sent.
 bool VMToolsObserver::cancel()
 {
     const ObserverLock locker(&m_mutex);
     m_canceled = true;
-    if (m_process.isNull())
+    const QProcess *process = m_process.data();
+    if (!process)
         return false;
-    ::kill(static_cast<pid_t>(m_process->processId()), SIGINT);
+    const qint64 pid = process->processId();
+    if (pid > 0)
+        ::kill(static_cast<pid_t>(pid), SIGINT);
     return true;
 }

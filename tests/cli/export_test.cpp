@@ -42,6 +42,7 @@ TEST(CliExportTest, CtrlCCancelsTheExportAndLeavesNoFileWithAStatusLineOnlyOnATe
 
     auto vmtools = host.start({"export", "phone", target});
     ASSERT_TRUE(waitForCall(standIn, "export", 20000)) << "the export never started";
+    ASSERT_GT(vmtools->processId(), 0); // kill(0) would hit this test
     ::kill(static_cast<pid_t>(vmtools->processId()), SIGINT);
     ASSERT_TRUE(vmtools->waitForFinished(20000)) << "vmtools did not stop on Ctrl-C";
     EXPECT_EQ(vmtools->exitCode(), 130);
@@ -62,6 +63,7 @@ TEST(CliExportTest, CtrlCCancelsTheExportAndLeavesNoFileWithAStatusLineOnlyOnATe
     vmtools = host.start({"export", "phone", target}, terminal.path());
     const QByteArray status = "\r\033[KExporting phone to phone.ova... 0:0";
     const QByteArray shown = terminal.readUntil(status);
+    ASSERT_GT(vmtools->processId(), 0); // kill(0) would hit this test
     ::kill(static_cast<pid_t>(vmtools->processId()), SIGINT);
     vmtools->waitForFinished(20000);
     EXPECT_TRUE(shown.contains(status)) << shown.toStdString();
@@ -126,6 +128,7 @@ TEST(CliInterruptTest, InterruptsOutsideAnExportLetTheCallFinishAndMachineFolder
         ASSERT_TRUE(waitForCall(standIn, row.slowCall, 20000));
         for (int i = 0; i < row.signalCount; ++i) {
             QThread::msleep(300); // two signals sent together would merge into one
+            ASSERT_GT(vmtools->processId(), 0);
             ::kill(static_cast<pid_t>(vmtools->processId()), row.signalNumber);
         }
         ASSERT_TRUE(vmtools->waitForFinished(20000));

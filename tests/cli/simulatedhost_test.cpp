@@ -85,6 +85,7 @@ TEST(CliSimulatedHostTest, TwoProcessesShareTheMachineFolderAndTheHostOnlyInterf
     for (int i = 0; i < 200 && machineFolder(sim) == userFolder; ++i)
         QThread::msleep(50);
     ASSERT_NE(machineFolder(sim), userFolder);
+    ASSERT_GT(killed->processId(), 0); // kill(0) would hit this test
     ::kill(static_cast<pid_t>(killed->processId()), SIGKILL);
     killed->waitForFinished();
     EXPECT_EQ(host.run({"info"}).exitCode, 0);

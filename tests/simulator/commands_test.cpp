@@ -370,6 +370,7 @@ TEST(SimulatorCommands, ExportStopsAndRemovesItsFileOnSigint)
     for (int i = 0; i < 100 && !QFileInfo::exists(ova); ++i)
         QThread::msleep(30);
     ASSERT_TRUE(QFileInfo::exists(ova));
+    ASSERT_GT(process->processId(), 0); // kill(0) would hit this test
     ::kill(static_cast<pid_t>(process->processId()), SIGINT);
     ASSERT_TRUE(process->waitForFinished(10000));
     EXPECT_EQ(process->exitStatus(), QProcess::NormalExit);

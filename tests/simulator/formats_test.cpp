@@ -178,14 +178,21 @@ TEST(SimulatorFormats, From70StorageLinesAndGuestPropertiesLookDifferent)
                         .hasMatch());
         EXPECT_FALSE(info.contains("IDEController (1, 0)"));
 
-        host.vbox({"guestproperty", "set", "phone", "a_first", "x", "--flags", "TRANSIENT"});
+        host.vbox(
+            {"guestproperty", "set", "phone", "a_first", "J's 'x' @ y'", "--flags", "TRANSIENT"});
+        host.vbox({"guestproperty", "set", "phone", "a_none", ""});
         const QString listing = host.vbox({"guestproperty", "enumerate", "phone"}).out;
-        // Sorted by name, name padded to the longest one, the value in quotes, then the time.
-        EXPECT_TRUE(QRegularExpression("^a_first +  = 'x' +@ \\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:"
-                                       "\\d\\d\\.\\d{3}Z TRANSIENT\\n")
+        // Sorted by name, name padded to the longest one, the value in quotes (unescaped, as
+        // VirtualBox prints it), then the time.
+        const QString time = "\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z";
+        EXPECT_TRUE(QRegularExpression("^a_first +  = 'J's 'x' @ y'' +@ " + time +
+                                       " TRANSIENT\\na_none +  = '' +@ " + time + "\\n")
                         .match(listing)
                         .hasMatch())
             << qPrintable(listing);
+        EXPECT_EQ(host.vbox({"guestproperty", "get", "phone", "a_first"}).out,
+                  "Value: J's 'x' @ y'\n");
+        EXPECT_EQ(host.vbox({"guestproperty", "get", "phone", "a_none"}).out, "No value set!\n");
         EXPECT_TRUE(listing.contains(
             "\nvbox_graph_mode           = '768x1280-16'   @ 2023-11-14T22:13:20.000Z\n"));
         expectRuns(host, {{"guestproperty enumerate phone --old-format", 0,
