@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The Russian texts of the stand-in. Only two are VirtualBox's own, quoted from its
 // VBoxManageNls_ru.ts: "Папка машины по умолчанию:" and "Не задано какое-либо значение!".
-// The others are our own Russian for the labels a client reads; VirtualBox's wording of
+// The others, and the service's messages, are our own Russian for what a client reads; VirtualBox's wording of
 // them may differ, so no client should match them literally.
 #include "translation.h"
 
