@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The Russian texts of the stand-in. Only two are VirtualBox's own, quoted from its
 // VBoxManageNls_ru.ts: "Папка машины по умолчанию:" and "Не задано какое-либо значение!".
-// The others, and the service's messages, are our own Russian for what a client reads; VirtualBox's
-// wording of them may differ, so no client should match them literally.
+// The others, and the service's messages, are our own Russian for what a client reads;
+// VirtualBox's wording of them may differ, so no client should match them literally.
 #include "translation.h"
 
 #include <QHash>
