@@ -94,7 +94,8 @@ std::unique_ptr<VMToolsMachine> CommandContext::machine(const QString &name, int
     stepDone();
     // VirtualBox failing is not the same as VirtualBox knowing no such machine.
     const QString error = Diagnostics::virtualBoxError();
-    if (!machine && !error.isEmpty() && !error.contains(QLatin1String("Could not find"))) {
+    if (!machine && !error.isEmpty() &&
+        Diagnostics::virtualBoxCode() != QLatin1String("VBOX_E_OBJECT_NOT_FOUND")) {
         *exitCode = fail(QStringLiteral("\"%1\" could not be looked up").arg(name));
         return nullptr;
     }

@@ -14,6 +14,8 @@
 #include <vmtools/vmtoolsengine.h>
 #include <vmtools/vmtoolsmachine.h>
 
+#include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QJsonArray>
 
@@ -185,6 +187,22 @@ bool nameIsFree(CommandContext &c, const QString &name, int *exitCode)
     return false;
 }
 
+// "3 files: a.vmdk, b.vmdk, phone.vbox", the first few by name, for a folder left behind.
+QString leftFiles(const QString &folder)
+{
+    QStringList files;
+    QDirIterator it(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        files << QDir(folder).relativeFilePath(it.next());
+    if (files.isEmpty())
+        return QStringLiteral("empty");
+    files.sort();
+    const int shown = 3;
+    QString text = QStringLiteral("%1 file(s): ").arg(files.size()) +
+                   QStringList(files.mid(0, shown)).join(QStringLiteral(", "));
+    return files.size() > shown ? text + QStringLiteral(", ...") : text;
+}
+
 int engineFailure(CommandContext &c, unsigned int result)
 {
     c.stepDone();
@@ -336,6 +354,11 @@ int cloneDevice(CommandContext &c)
     }();
     if (result != EngineResult::Success)
         return engineFailure(c, result);
+    // VirtualBox may call a clone done that it never registered.
+    if (!std::unique_ptr<VMToolsMachine>(c.engine()->getMachine(target)))
+        return c.fail(QStringLiteral("%1 was not cloned: VirtualBox reported the clone done, but "
+                                     "no device %2 is registered; clone again")
+                          .arg(source, target));
     c.stepDone();
     if (fromFactory && !returnToFactoryBackup(c, target, &code))
         return code;
@@ -365,6 +388,11 @@ int renameDevice(CommandContext &c)
     if (!renamed)
         return c.fail(
             QStringLiteral("VirtualBox could not rename %1 (is it running?)").arg(oldName));
+    const std::unique_ptr<VMToolsMachine> renamedMachine(c.engine()->getMachine(newName));
+    if (!renamedMachine || renamedMachine->getUuid() != machine->getUuid())
+        return c.fail(QStringLiteral("%1 was not renamed: VirtualBox reported it done, but no "
+                                     "device answers to %2; see 'vmtools list'")
+                          .arg(oldName, newName));
     c.stepDone();
     return c.out().done({{QStringLiteral("oldName"), oldName}, {QStringLiteral("name"), newName}},
                         QStringLiteral("Renamed %1 to %2.").arg(oldName, newName));
@@ -379,6 +407,8 @@ int deleteDevice(CommandContext &c)
         return code;
     if (!c.step(QStringLiteral("Deleting %1").arg(name)))
         return c.interrupted();
+    // Asked first: once the device is gone VirtualBox cannot tell where its folder was.
+    const QString folder = machine->getPath();
     const bool deleted = [&] {
         const ProtectedSection folderSwitch(c.interruption());
         return c.engine()->deleteMachine(machine.get());
@@ -387,8 +417,16 @@ int deleteDevice(CommandContext &c)
     // UUID, which the existence check cannot mistake, unlike a name such as "Pixel (2)".
     const bool stillThere = c.engine()->doesMachineExist(machine->getUuid());
     c.stepDone();
-    if (!deleted || stillThere)
+    if (stillThere)
         return c.fail(QStringLiteral("%1 could not be deleted (is it running?)").arg(name));
+    if (!folder.isEmpty() && QFileInfo::exists(folder))
+        return c.fail(QStringLiteral("%1 was only partly deleted: VirtualBox unregistered it but "
+                                     "left its folder %2 (%3)")
+                          .arg(name, folder, leftFiles(folder)));
+    if (!deleted && folder.isEmpty())
+        return c.fail(QStringLiteral("%1 was unregistered, but its folder is unknown and may be "
+                                     "left")
+                          .arg(name));
     return c.out().done({{QStringLiteral("name"), name}},
                         QStringLiteral("Deleted %1 and its files.").arg(name));
 }

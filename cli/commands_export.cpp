@@ -60,6 +60,19 @@ bool exportWithObserver(CommandContext &c, VMToolsMachine *machine, const QStrin
     return exported;
 }
 
+// An OVA: a tar archive (ustar or GNU) whose first member is the OVF descriptor.
+bool isAppliance(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray header = file.read(512);
+    if (header.size() < 512 || !header.mid(257, 5).startsWith("ustar"))
+        return false;
+    const QByteArray name = header.left(100);
+    return name.left(name.indexOf('\0')).endsWith(".ovf");
+}
+
 int checkExport(CommandContext &c)
 {
     if (c.argument(1).trimmed().isEmpty())
@@ -120,6 +133,16 @@ int exportDevice(CommandContext &c)
                                 c.interruption().exitCode());
         return c.fail(
             QStringLiteral("%1 could not be exported to %2").arg(name, target.filePath()));
+    }
+    if (!isAppliance(target.filePath())) {
+        const bool there = QFileInfo::exists(target.filePath());
+        QFile::remove(target.filePath());
+        return c.fail(there ? QStringLiteral("%1 was not exported: VirtualBox reported the export "
+                                             "done, but %2 is no appliance; export again")
+                                  .arg(name, target.filePath())
+                            : QStringLiteral("%1 was not exported: VirtualBox reported the export "
+                                             "done, but there is no file %2; export again")
+                                  .arg(name, target.filePath()));
     }
     const qint64 size = QFileInfo(target.filePath()).size();
     return c.out().done({{QStringLiteral("name"), name},

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "diagnostics.h"
 
-#include <QList>
+#include "causes.h"
+
 #include <QMutex>
 #include <QMutexLocker>
-#include <QPair>
+#include <QRegularExpression>
 #include <QStringList>
 
 namespace {
@@ -13,12 +14,14 @@ struct Gathered
 {
     QMutex mutex;
     QString virtualBox;
+    Causes::FailedRun failure;
     QString engine;
     QStringList failedRuns;
 };
 
-// A run's "Call:" and "Return code:" lines come from the thread that made it.
+// A run's "Call:", "Return code:" and output lines come from the thread that made it.
 thread_local QString lastRun;
+thread_local Causes::FailedRun failingRun;
 
 Gathered &gathered()
 {
@@ -27,6 +30,8 @@ Gathered &gathered()
 }
 
 const QString OutputMarker = QStringLiteral("Output command: ");
+const QString WarningsMarker = QStringLiteral("Output warnings: ");
+const QString ReturnMarker = QStringLiteral("Return code: ");
 const QString CallMarker = QStringLiteral("Call: ");
 const QString ErrorPrefix = QStringLiteral("VBoxManage: error: ");
 
@@ -54,7 +59,23 @@ QString unquoted(const QString &text)
 bool isRunLine(const QString &line)
 {
     return line.contains(QLatin1String("Return code:")) || line.contains(OutputMarker) ||
-           line.contains(QLatin1String("Can't run VBoxManage"));
+           line.contains(WarningsMarker) || line.contains(QLatin1String("Can't run VBoxManage"));
+}
+
+// "startvm" of a run logged as ("startvm", "phone", ...).
+QString commandWord(const QString &run)
+{
+    static const QRegularExpression first(QStringLiteral("^\\(\"([^\"]*)\""));
+    return first.match(run).captured(1);
+}
+
+// A failed run begins with its return code; its output lines follow.
+void beginFailedRun(const QString &line)
+{
+    const int at = line.indexOf(ReturnMarker);
+    failingRun = Causes::FailedRun();
+    failingRun.exitStatus = line.mid(at + ReturnMarker.size()).trimmed().toInt();
+    failingRun.command = commandWord(lastRun);
 }
 
 } // namespace
@@ -84,29 +105,6 @@ QString firstVirtualBoxError(const QString &loggedOutput)
     return messages.join(QStringLiteral(": "));
 }
 
-QString plainCause(const QString &virtualBoxError)
-{
-    static const QList<QPair<QString, QString>> causes{
-        {QStringLiteral("VERR_DISK_FULL"), QStringLiteral("the disk is full")},
-        {QStringLiteral("VERR_VMX_"),
-         QStringLiteral("the processor's VT-x is missing or disabled")},
-        {QStringLiteral("VERR_SVM_"),
-         QStringLiteral("the processor's AMD-V is missing or disabled")},
-        {QStringLiteral("already locked"),
-         QStringLiteral("the device is in use by another program")},
-        {QStringLiteral("Could not read OVF file"), QStringLiteral("the file is not an appliance")},
-        {QStringLiteral("Error reading OVA"), QStringLiteral("the file is not an appliance")},
-        {QStringLiteral("VERR_ACCESS_DENIED"), QStringLiteral("permission denied")},
-        {QStringLiteral("Failed to create the VirtualBox object"),
-         QStringLiteral("VirtualBox's service cannot be reached")},
-    };
-    for (const auto &cause : causes) {
-        if (virtualBoxError.contains(cause.first))
-            return cause.second;
-    }
-    return QString();
-}
-
 void record(QtMsgType type, const QString &line)
 {
     const int call = line.indexOf(CallMarker);
@@ -116,11 +114,21 @@ void record(QtMsgType type, const QString &line)
         return;
     Gathered &state = gathered();
     QMutexLocker locker(&state.mutex);
-    if (line.contains(QLatin1String("Return code:")))
+    if (line.contains(ReturnMarker)) {
         state.failedRuns.append(lastRun);
+        beginFailedRun(line);
+    }
+    const int warnings = line.indexOf(WarningsMarker);
+    if (warnings >= 0) {
+        failingRun.output += unquoted(line.mid(warnings + WarningsMarker.size())) + '\n';
+        state.failure = failingRun;
+    }
     const int output = line.indexOf(OutputMarker);
     if (output >= 0) {
-        const QString message = firstVirtualBoxError(line.mid(output + OutputMarker.size()));
+        const QString text = line.mid(output + OutputMarker.size());
+        failingRun.output += unquoted(text);
+        state.failure = failingRun;
+        const QString message = firstVirtualBoxError(text);
         if (!message.isEmpty())
             state.virtualBox = message;
     } else if (!isRunLine(line)) {
@@ -135,11 +143,19 @@ QString virtualBoxError()
     return state.virtualBox;
 }
 
+QString virtualBoxCode()
+{
+    Gathered &state = gathered();
+    QMutexLocker locker(&state.mutex);
+    return Causes::code(state.failure.output);
+}
+
 void reset()
 {
     Gathered &state = gathered();
     QMutexLocker locker(&state.mutex);
     state.virtualBox.clear();
+    state.failure = Causes::FailedRun();
     state.engine.clear();
     state.failedRuns.clear();
 }
@@ -168,9 +184,16 @@ QString cause()
     return parts.join(QStringLiteral("; "));
 }
 
+QString plainCause()
+{
+    Gathered &state = gathered();
+    QMutexLocker locker(&state.mutex);
+    return Causes::plain(state.failure);
+}
+
 QString withCause(const QString &message)
 {
-    const QString plain = plainCause(virtualBoxError());
+    const QString plain = plainCause();
     const QString known = cause();
     const QString text = plain.isEmpty() ? message : message + QStringLiteral(": ") + plain;
     return known.isEmpty() ? text : text + QStringLiteral(" (") + known + QLatin1Char(')');

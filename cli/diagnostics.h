@@ -13,6 +13,8 @@ namespace Diagnostics {
 void record(QtMsgType type, const QString &line);
 // VirtualBox's message of the last failed run since the step began; empty when none.
 QString virtualBoxError();
+// VirtualBox's result code of that run ("VBOX_E_OBJECT_NOT_FOUND"); empty when none.
+QString virtualBoxCode();
 // Whether a VBoxManage run with exactly these arguments failed since the step began.
 bool runFailed(const QStringList &arguments);
 // Forgets what was gathered: a new step of work begins.
@@ -27,8 +29,8 @@ QString withCause(const QString &message);
 // before Details and Context, without the prefix, joined by ": "; empty when none.
 QString firstVirtualBoxError(const QString &loggedOutput);
 
-// The cause in a user's words ("the disk is full") for the errors people meet most;
-// empty for any other.
-QString plainCause(const QString &virtualBoxError);
+// The cause of the last failed run since the step began, in a user's words with what to do
+// (see Causes); empty when none is known.
+QString plainCause();
 
 } // namespace Diagnostics

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QRegularExpression>
 
 namespace VBoxSim {
@@ -186,10 +187,57 @@ bool checkAdapters(Context &context, const Machine &m)
     return true;
 }
 
-int startFailure(const QString &message)
+// What the VM process reports for a status it failed to start with ("%N (%Rrc)").
+QString startMessage(const QString &rc)
 {
+    static const QHash<QString, QString> messages{
+        {"VERR_VMX_NO_VMX", "VT-x is not available (%1)"},
+        {"VERR_SVM_DISABLED", "AMD-V is disabled in the BIOS (or by the host OS) (%1)"},
+        {"VERR_VMX_IN_VMX_ROOT_MODE",
+         "VT-x is being used by another hypervisor (%1).\nVirtualBox can't operate in VMX root "
+         "mode. Please disable the KVM kernel extension, recompile your kernel and reboot (%1)."},
+        {"VERR_SVM_IN_USE",
+         "AMD-V is being used by another hypervisor (%1).\nVirtualBox can't enable the AMD-V "
+         "extension. Please disable the KVM kernel extension, recompile your kernel and reboot "
+         "(%1)."},
+        {"VERR_SVM_HOST_SVME_NOT_ENABLED", "Host API has not enabled SVME bit in EFER MSR. (%1)"},
+        {"VERR_VMM_R0_VERSION_MISMATCH",
+         "The VMMR0.r0 module version does not match VBoxVMM.dll/so/dylib (%1)"},
+        {"VERR_VM_DRIVER_VERSION_MISMATCH",
+         "The installed support driver doesn't match the version of the user (%1)"}};
+    return messages.value(rc, QStringLiteral("Injected failure (%1)")).arg(rc);
+}
+
+int startFailure(const Machine &m, const QString &rc)
+{
+    // Without its kernel driver the VM process dies before it can tell why.
+    if (rc == QLatin1String("VERR_VM_DRIVER_NOT_INSTALLED")) {
+        printProgressError({QStringLiteral("The virtual machine '%1' has terminated unexpectedly "
+                                           "during startup with exit code 1 (0x1)")
+                                .arg(m.name),
+                            codeFailure(), QStringLiteral("MachineWrap"),
+                            QStringLiteral("IMachine"), QString(), 0, QString()});
+        return ExitFailure;
+    }
     printError(QStringLiteral("%1\nDetails: code %2, component ConsoleWrap, interface IConsole")
-                   .arg(message, codeFailure()));
+                   .arg(serviceMessage(startMessage(rc)), codeFailure()));
+    return ExitFailure;
+}
+
+// A linked clone's disk is a child of this machine's: VirtualBox has unregistered the
+// machine when it finds out, and keeps every file.
+int childMediaFailure(Context &context, const Machine &machine)
+{
+    const QStringList uuids = machine.allMediumUuids();
+    const Medium *disk = uuids.isEmpty() ? nullptr : context.host.findMedium(uuids.first());
+    printErr(context.format->progressFailure(QStringLiteral("VBOX_E_OBJECT_IN_USE")));
+    printProgressError({QStringLiteral("Machine delete failed\nCannot close medium '%1' because "
+                                       "it has 1 child media")
+                            .arg(disk ? disk->location : machine.settingsFile),
+                        codeWithValue(QStringLiteral("VBOX_E_OBJECT_IN_USE")),
+                        QStringLiteral("MediumWrap"), QStringLiteral("IMedium"),
+                        QStringLiteral("RTEXITCODE handleUnregisterVM(HandlerArg*)"), 194,
+                        MiscFile});
     return ExitFailure;
 }
 
@@ -301,16 +349,18 @@ int startVmCommand(Context &context, const QStringList &args)
     // VirtualBox names the machine as it was given.
     printOut(
         QStringLiteral("Waiting for VM \"%1\" to power on...\n").arg(options.positional().first()));
-    if (context.faultIs("fail")) {
+    const QString rc = context.fault ? context.fault->rc : QString();
+    if (context.faultIs("fail") && rc.isEmpty()) {
         printError(context.fault->message.isEmpty() ? QStringLiteral("Injected failure")
                                                     : context.fault->message);
         return context.fault->exitCode;
     }
+    if (context.faultIs("fail"))
+        return startFailure(*m, rc);
     if (context.faultIs("vmx"))
-        return startFailure(QStringLiteral("VT-x is not available (VERR_VMX_NO_VMX)"));
+        return startFailure(*m, rc.isEmpty() ? QStringLiteral("VERR_VMX_NO_VMX") : rc);
     if (context.faultIs("svm"))
-        return startFailure(QStringLiteral(
-            "AMD-V is disabled in the BIOS (or by the host OS) (VERR_SVM_DISABLED)"));
+        return startFailure(*m, rc.isEmpty() ? QStringLiteral("VERR_SVM_DISABLED") : rc);
     if (!checkAdapters(context, *m))
         return ExitFailure;
     setState(*m, QStringLiteral("running"));
@@ -397,6 +447,8 @@ int unregisterVmCommand(Context &context, const QStringList &args)
     if (!options.has(QStringLiteral("--delete")))
         return ExitSuccess;
     printProgress(context);
+    if (context.faultIs("childmedia"))
+        return childMediaFailure(context, machine);
     for (const QString &uuid : machine.allMediumUuids()) {
         if (!context.host.machinesUsing(uuid).isEmpty())
             continue;

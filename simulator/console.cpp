@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console.h"
 
+#include "translation.h"
+
+#include <QHash>
+
 #include <cstdio>
 
 #include <signal.h>
@@ -76,13 +80,20 @@ void printError(const QString &message)
     printErr(text);
 }
 
+QString serviceMessage(const QString &english)
+{
+    // VBoxSVC speaks the language of whoever started it, whatever the client's locale.
+    static const bool russian = qEnvironmentVariable("VBOXSIM_SERVICE_LANGUAGE").startsWith("ru");
+    return russian ? Translation::russianServiceMessage(english) : english;
+}
+
 void printComError(const ComError &error)
 {
     QString details = QStringLiteral("Details: code %1, component %2, interface %3")
                           .arg(error.code, error.component, error.interface);
     if (error.callee)
         details += QStringLiteral(", callee nsISupports");
-    QString lines = error.message + '\n' + details;
+    QString lines = serviceMessage(error.message) + '\n' + details;
     if (!error.context.isEmpty())
         lines += QStringLiteral("\nContext: \"%1\" at line %2 of file %3")
                      .arg(error.context)
@@ -100,6 +111,17 @@ void printProgressError(ComError error)
 void installInterruptHandler()
 {
     std::signal(SIGINT, onInterrupt);
+}
+
+QString codeWithValue(const QString &symbol)
+{
+    static const QHash<QString, QString> values{
+        {"E_ACCESSDENIED", "0x80070005"},       {"NS_ERROR_INVALID_ARG", "0x80070057"},
+        {"NS_ERROR_FAILURE", "0x80004005"},     {"VBOX_E_OBJECT_NOT_FOUND", "0x80bb0001"},
+        {"VBOX_E_FILE_ERROR", "0x80bb0004"},    {"VBOX_E_INVALID_OBJECT_STATE", "0x80bb0007"},
+        {"VBOX_E_OBJECT_IN_USE", "0x80bb000c"}, {"VBOX_E_IPRT_ERROR", "0x80bb0005"}};
+    return QStringLiteral("%1 (%2)").arg(symbol,
+                                         values.value(symbol, QStringLiteral("0x80004005")));
 }
 
 QString codeObjectNotFound()

@@ -27,7 +27,12 @@ void holdOutput();
 // One "VBoxManage: error: " line per line of `message`.
 void printError(const QString &message);
 
-// The three lines VirtualBox prints for a failed API call.
+// A message of VBoxSVC (or of a VM process it started) in the service's language:
+// VBOXSIM_SERVICE_LANGUAGE, English unless it starts with "ru".
+QString serviceMessage(const QString &english);
+
+// The three lines VirtualBox prints for a failed API call; the message in the service's
+// language.
 struct ComError
 {
     QString message;
@@ -47,6 +52,8 @@ void printProgressError(ComError error);
 extern volatile std::sig_atomic_t g_interrupted;
 void installInterruptHandler();
 
+// "SYMBOL (0x...)" for a result code's symbol.
+QString codeWithValue(const QString &symbol);
 // Common failure codes.
 QString codeObjectNotFound();
 QString codeFileError();

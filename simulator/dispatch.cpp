@@ -119,7 +119,16 @@ bool applyGenericFault(Context &context, const QStringList &args, int *exitCode)
     // A failed start is reported after the machine's launch has begun.
     const bool startVm = !args.isEmpty() && args[0] == QLatin1String("startvm");
     if (fault->kind == QLatin1String("fail") && !hostOnlyCreate && !startVm) {
-        printError(fault->message.isEmpty() ? QStringLiteral("Injected failure") : fault->message);
+        const QString message =
+            fault->message.isEmpty() ? QStringLiteral("Injected failure") : fault->message;
+        if (fault->code.isEmpty())
+            printError(message);
+        else
+            printComError(
+                {message, codeWithValue(fault->code), QStringLiteral("VirtualBoxWrap"),
+                 QStringLiteral("IVirtualBox"),
+                 fault->context.isEmpty() ? QString() : fault->context + QStringLiteral("()"), 1,
+                 QStringLiteral("VBoxManage.cpp")});
         *exitCode = fault->exitCode;
         return true;
     }

@@ -50,9 +50,9 @@ bool Faults::parseLine(const QString &line, Fault *fault)
     *fault = Fault();
     fault->command = words[0].split('/');
     fault->kind = words[1];
-    static const QStringList kinds = {"vmx",   "svm",     "diskfull", "locked",   "fail",
-                                      "slow",  "down",    "nodriver", "killed",   "hang",
-                                      "flood", "garbage", "empty",    "noservice"};
+    static const QStringList kinds = {
+        "vmx",    "svm",  "diskfull", "locked",  "fail",  "slow",      "down",       "nodriver",
+        "killed", "hang", "flood",    "garbage", "empty", "noservice", "childmedia", "partial"};
     if (!kinds.contains(fault->kind))
         return false;
     for (int i = 2; i < words.size(); ++i) {
@@ -67,6 +67,12 @@ bool Faults::parseLine(const QString &line, Fault *fault)
             fault->ms = value.toInt(&ok);
         else if (key == QLatin1String("exit"))
             fault->exitCode = value.toInt(&ok);
+        else if (key == QLatin1String("rc"))
+            fault->rc = value;
+        else if (key == QLatin1String("code"))
+            fault->code = value;
+        else if (key == QLatin1String("context"))
+            fault->context = value;
         else
             ok = false;
         if (!ok)

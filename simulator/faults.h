@@ -6,20 +6,24 @@
 #include <QStringList>
 
 // Failures that tests and demos ask for through the file named by VBOXSIM_FAULTS.
-// One fault a line: "<command> <kind> [count=N] [vm=NAME] [ms=N] [exit=N] [message=TEXT]";
-// see README.md.
+// One fault a line: "<command> <kind> [count=N] [vm=NAME] [ms=N] [exit=N] [rc=VERR_X]
+// [code=CODE] [context=CALL] [message=TEXT]"; see README.md.
 namespace VBoxSim {
 
 struct Fault
 {
     QStringList command; // leading arguments that select the run, e.g. {"hostonlyif", "create"};
                          // {"*"} selects every run
-    QString kind;        // vmx, svm, diskfull, locked, fail, slow, down, nodriver, and the
-                         // process faults killed, hang, flood, garbage, empty, noservice
+    QString kind;        // vmx, svm, diskfull, locked, fail, slow, down, nodriver, childmedia,
+                         // and the process faults killed, hang, flood, garbage, empty,
+                         // noservice
     int count = -1;      // how many matching runs fail; -1 for all of them
     QString vm;
     int ms = 5000;
     int exitCode = 1;
+    QString rc;      // the status a failed start reports, such as VERR_SVM_IN_USE
+    QString code;    // the result code of an injected API error, such as E_ACCESSDENIED
+    QString context; // the call its Context line names, such as LockMachine
     QString message;
     QString key; // the line itself, which identifies the fault's use count
 

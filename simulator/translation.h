@@ -10,4 +10,8 @@ namespace VBoxSim::Translation {
 // English text itself when it has none.
 QString russian(const QString &english);
 
+// The Russian text of VirtualBox's service message, line by line: names, paths, UUIDs and
+// the VERR_* statuses in it stay as they are; a line it has no text for stays English.
+QString russianServiceMessage(const QString &english);
+
 } // namespace VBoxSim::Translation

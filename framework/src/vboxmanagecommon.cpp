@@ -30,6 +30,20 @@ int waitLimit(VBoxManageCommon::Options options)
     return g_defaultLimitMs;
 }
 
+// The first lines of the "WARNING: ..." paragraphs (indented and blank lines go on) that
+// VirtualBox's Linux wrapper script prints first on stdout.
+QString wrapperWarnings(const QString &output)
+{
+    QStringList warnings;
+    for (const QString &line : output.split(QLatin1Char('\n'))) {
+        if (line.startsWith(QLatin1String("WARNING: ")))
+            warnings << line;
+        else if (!line.trimmed().isEmpty() && !line.startsWith(QLatin1Char(' ')))
+            break;
+    }
+    return warnings.join(QLatin1Char('\n'));
+}
+
 void logOutcome(bool finished, const VBoxManageCommon::CallResult &result)
 {
     if (!finished) {
@@ -38,6 +52,10 @@ void logOutcome(bool finished, const VBoxManageCommon::CallResult &result)
         VBoxLog::debug() << "Return code:" << 0;
     } else {
         VBoxLog::critical() << "Return code:" << result.exitCode;
+        // The wrapper's warnings (a kernel driver missing) say why on stdout.
+        const QString warnings = wrapperWarnings(result.output);
+        if (!warnings.isEmpty())
+            VBoxLog::critical() << "Output warnings:" << warnings;
         const QString error = result.error.trimmed();
         if (!error.isEmpty())
             VBoxLog::critical() << "Output command:" << error;

@@ -165,8 +165,8 @@ TEST(CliDevicesTest, CreateCloneRenameAndDeleteRefuseBadRequestsAndReportFailure
                  "switched, the appliance import failed, or the new device could not be found",
                  R"({"result": 1})"},
                 {"clone phone phone-2", 1,
-                 "the disk became full during the clone: the disk is full (VirtualBox: Could not "
-                 "create the clone medium (VERR_DISK_FULL))"},
+                 "the disk became full during the clone: the disk is full: free some space and try "
+                 "again (VirtualBox: Could not create the clone medium (VERR_DISK_FULL))"},
                 // VirtualBox accepted every command, yet still lists the device.
                 {"delete phone", 1, "phone could not be deleted (is it running?)"}});
     EXPECT_TRUE(calledWithPrefix(standIn, {"import", appliance, "--vsys", "0", "--vmname", "watch",

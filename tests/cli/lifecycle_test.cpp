@@ -70,7 +70,8 @@ TEST(CliLifecycleTest, StartStopCheckWaitIpAndFactoryResetLookAtTheStateFirst)
     // The engine's reasons come first, vmtools's own message last.
     // The cause in plain words, VirtualBox's own message, and the engine's line.
     EXPECT_EQ(results[1].errLines().constLast(),
-              "vmtools: phone could not be started: the processor's VT-x is missing or disabled "
-              "(VirtualBox: VT-x is not available (VERR_VMX_NO_VMX); engine: There's a "
+              "vmtools: phone could not be started: the processor's VT-x is missing or disabled: "
+              "turn it on in the computer's firmware (BIOS or UEFI) settings (VirtualBox: VT-x is "
+              "not available (VERR_VMX_NO_VMX); engine: There's a "
               "compatibility issue with your processor VMX/SVM capabilitiy)");
 }

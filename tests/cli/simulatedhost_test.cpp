@@ -101,6 +101,8 @@ TEST(CliSimulatedHostTest, AFullDiskOrAnUnusableFolderFailsClearlyAndLeavesNothi
     const QString userFolder = machineFolder(sim);
     const QString target = host.scratch("a.ova");
     const QString notAFolder = host.scratchFile("file", "") + "/deployed";
+    const QString deployed =
+        QDir::cleanPath(host.scratch() + "/../home/qm/.Brellstock/Quillomate/deployed");
     struct Row
     {
         QString faults;
@@ -118,6 +120,31 @@ TEST(CliSimulatedHostTest, AFullDiskOrAnUnusableFolderFailsClearlyAndLeavesNothi
           "the SD-card image could not be created: the disk is full"},
          2},
         {"", {"deploy-dir " + notAFolder, 1, "cannot create the folder " + notAFolder}, 2},
+        // Reported done, but not done: vmtools looks before it calls anything a success.
+        {"clonevm empty\n",
+         {"clone a b", 1,
+          "a was not cloned: VirtualBox reported the clone done, but no device b "
+          "is registered; clone again"},
+         2},
+        {"export empty\n", {"export a " + target, 1, "a could not be exported to " + target}, 2},
+        {"export partial\n",
+         {"export a " + target, 1,
+          "a was not exported: VirtualBox reported the export done, but " + target +
+              " is no appliance; export again"},
+         2},
+        {"modifyvm empty\n",
+         {"rename a e", 1,
+          "a was not renamed: VirtualBox reported it done, but no device answers "
+          "to e; see 'vmtools list'"},
+         2},
+        {"unregistervm childmedia\n",
+         {"delete c", 1,
+          "c was only partly deleted: VirtualBox unregistered it but left its folder " + deployed +
+              "/c (3 file(s): android_data_disk.vmdk, "
+              "android_system_disk.vmdk, c.vbox): a linked clone still "
+              "uses the device's disks, so VirtualBox unregistered it "
+              "but kept its files"},
+         1},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.run.arguments.join(' ').toStdString());
@@ -134,7 +161,7 @@ TEST(CliSimulatedHostTest, AFullDiskOrAnUnusableFolderFailsClearlyAndLeavesNothi
     // A file that is no appliance is named as such, in VirtualBox's words of every version.
     const VmtoolsResult notAnAppliance = host.run({"create", "d", host.scratch() + "/file"});
     EXPECT_EQ(notAnAppliance.exitCode, 1);
-    EXPECT_TRUE(notAnAppliance.err.contains(": the file is not an appliance (VirtualBox: "))
+    EXPECT_TRUE(notAnAppliance.err.contains(": the file is not an appliance: give an .ova file"))
         << notAnAppliance.err.toStdString();
 
     // A deploy folder that the desktop application chose and that cannot be made.
@@ -143,7 +170,7 @@ TEST(CliSimulatedHostTest, AFullDiskOrAnUnusableFolderFailsClearlyAndLeavesNothi
     settings.write("vms.path=" + notAFolder.toUtf8() + '\n');
     settings.close();
     expectRuns(host, {{"create d " + Appliance, 1, "the device could not be created"}});
-    EXPECT_EQ(deviceCount(sim), 2);
+    EXPECT_EQ(deviceCount(sim), 1);
     EXPECT_EQ(machineFolder(sim), userFolder);
 }
 
@@ -208,4 +235,73 @@ TEST(CliSimulatedHostTest, EveryCommandTakesAnyNameAndNeverOverwritesAnotherDevi
         QFile::remove(target);
     }
     EXPECT_EQ(deviceCount(sim), 0);
+}
+
+// Every cause is read from what VirtualBox never translates, so a service that speaks
+// Russian (started by a Russian desktop) gives the same cause lines as an English one.
+TEST(CliSimulatedHostTest, CausesComeFromVirtualBoxsCodesInAnyLanguage)
+{
+    SimHost sim(QStringLiteral("7.2"));
+    VmtoolsHost host;
+    host.setBaseEnvironment(sim.environment());
+    ASSERT_EQ(host.run({"create", "a", Appliance}).exitCode, 0);
+    const QString disk = host.scratchFile("x.vdi", "");
+    const QString kvm = "a could not be started: KVM holds the processor's ";
+    const QString versions = "a could not be started: VirtualBox's kernel modules are of another "
+                             "version than VirtualBox";
+    struct Row
+    {
+        QString faults;
+        Expect run;
+        bool translated; // the service's message is in its language
+    };
+    const Row rows[] = {
+        {"startvm vmx rc=VERR_VMX_IN_VMX_ROOT_MODE\n", {"start a", 1, kvm + "VT-x"}, true},
+        {"startvm svm rc=VERR_SVM_IN_USE\n", {"start a", 1, kvm + "AMD-V"}, true},
+        {"startvm svm rc=VERR_SVM_HOST_SVME_NOT_ENABLED\n", {"start a", 1, kvm + "AMD-V"}, true},
+        {"startvm fail rc=VERR_VMM_R0_VERSION_MISMATCH\n", {"start a", 1, versions}, true},
+        {"* nodriver\nstartvm fail rc=VERR_VM_DRIVER_NOT_INSTALLED\n",
+         {"start a", 1, "a could not be started: VirtualBox's kernel driver is not loaded"},
+         true},
+        // As a real VirtualBox 7.2 without its driver and without the wrapper's warning.
+        {"startvm fail rc=VERR_VM_DRIVER_NOT_INSTALLED\n",
+         {"start a", 1,
+          "a could not be started: the device's VirtualBox process ended while "
+          "starting, most often because VirtualBox's kernel driver is not loaded"},
+         true},
+        {"modifyvm locked\n",
+         {"set a cpus 2", 1,
+          "VirtualBox did not take cpus 2 for a: the device is in use by another "
+          "program"},
+         true},
+        {"showvminfo fail code=E_ACCESSDENIED context=LockMachine message=The object "
+         "functionality is limited\n",
+         {"show a", 1,
+          "\"a\" could not be looked up: VirtualBox cannot read the device's settings"},
+         true},
+        {"clonehd fail code=NS_ERROR_INVALID_ARG context=OpenMedium message=Cannot register the "
+         "hard disk '/d/x.vdi' {3c5e7a9b-1d3f-4b6d-8f1a-2c4e6a8b0d2f} because a hard disk "
+         "'/d/x.vdi' with UUID {3c5e7a9b-1d3f-4b6d-8f1a-2c4e6a8b0d2f} already exists\n",
+         {"copy-disk " + disk + " " + host.scratch("y.vdi"), 1,
+          "the disk image could not be copied: a disk with the same UUID is already registered in "
+          "VirtualBox"},
+         true},
+        {"modifyvm fail exit=2 message=Unknown option: --cpus\n",
+         {"set a cpus 2", 1,
+          "VirtualBox did not take cpus 2 for a: VirtualBox refused vmtools' "
+          "command line (exit status 2)"},
+         false},
+    };
+    const QRegularExpression cyrillic(QStringLiteral("[\\x{0400}-\\x{04ff}]"));
+    for (const char *language : {"en", "ru"}) {
+        sim.setVariable("VBOXSIM_SERVICE_LANGUAGE", language);
+        host.setBaseEnvironment(sim.environment());
+        for (const Row &row : rows) {
+            SCOPED_TRACE((language + (' ' + row.faults)).toStdString());
+            sim.setFaults(row.faults);
+            const QString err = expectRuns(host, {row.run}).constFirst().err;
+            EXPECT_EQ(err.contains(cyrillic), row.translated && language == QLatin1String("ru"))
+                << err.toStdString();
+        }
+    }
 }
