@@ -140,8 +140,12 @@ const std::vector<Rule> &rules()
              static const QStringList calls{QStringLiteral("LockMachine"),
                                             QStringLiteral("LaunchVMProcess"),
                                             QStringLiteral("Unregister")};
+             // A snapshot of a device whose disks another session holds fails in the
+             // session VirtualBox opened for it.
+             const bool mediaHeld = f.command == QLatin1String("snapshot") &&
+                                    f.component == QLatin1String("SessionMachine");
              return (f.code == QLatin1String("VBOX_E_INVALID_OBJECT_STATE") &&
-                     calls.contains(f.context)) ||
+                     (calls.contains(f.context) || mediaHeld)) ||
                     says(f, "already locked");
          },
          "the device is in use by another program (a VirtualBox window or another vmtools): "

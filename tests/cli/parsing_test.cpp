@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The pure parts of vmtools: command-line parsing, profile values, names, texts.
+#include "causes.h"
 #include "commandcontext.h"
 #include "commandline.h"
 #include "commands.h"
@@ -16,6 +17,8 @@
 #include <gtest/gtest.h>
 
 #include <vmtools/version.h>
+
+#include <QFile>
 
 using Action = ParsedCommandLine::Action;
 
@@ -189,4 +192,41 @@ TEST(TextTest, EngineResultsInPlainWords)
     EXPECT_EQ(ResultWords::loadFailure({4, "vboxnet3"}, QString()),
               "the new host-only network interface vboxnet3 could not be configured and was "
               "removed again");
+}
+
+// What a real VirtualBox 7.2 printed for failures (tests/data/7.2, recorded by
+// scripts/record-vboxmanage.sh) gets the same causes as the stand-in's words.
+TEST(CausesTest, RecordedFailuresOfARealVirtualBoxGetTheirCause)
+{
+    struct Row
+    {
+        const char *recording;
+        const char *command;
+        const char *cause;
+    };
+    const char *const InUse = "the device is in use by another program (a VirtualBox window or "
+                              "another vmtools): close it or wait until it is done, then try again";
+    const char *const Inaccessible =
+        "VirtualBox cannot read the device's settings (it is inaccessible): restore its .vbox "
+        "file, or unregister it with 'VBoxManage unregistervm' and its UUID";
+    const Row rows[] = {
+        {"error-modifyvm-locked.txt", "modifyvm", InUse},
+        {"error-startvm-locked.txt", "startvm", InUse},
+        {"error-snapshot-take-locked.txt", "snapshot", InUse},
+        {"error-startvm-nodriver.txt", "startvm",
+         "the device's VirtualBox process ended while starting, most often because VirtualBox's "
+         "kernel driver is not loaded: run 'sudo /sbin/vboxconfig' (with Secure Boot on, sign its "
+         "modules first)"},
+        {"error-showvminfo-inaccessible.txt", "showvminfo", Inaccessible},
+        {"error-guestproperty-enumerate-inaccessible.txt", "guestproperty", Inaccessible},
+        {"error-import-not-appliance.txt", "import",
+         "the file is not an appliance: give an .ova file that VirtualBox exported"},
+    };
+    for (const Row &row : rows) {
+        QFile file(QStringLiteral(VMTOOLS_SOURCE_DIR "/tests/data/7.2/") + row.recording);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << row.recording;
+        const Causes::FailedRun run{QString::fromUtf8(file.readAll()), 1,
+                                    QString::fromLatin1(row.command)};
+        EXPECT_EQ(Causes::plain(run), QString::fromUtf8(row.cause)) << row.recording;
+    }
 }
