@@ -141,8 +141,7 @@ QString driverRemedy(const HostFiles &files)
 {
     // Oracle's packages build the module with vboxconfig; Debian's with DKMS.
     if (files.exists(QStringLiteral("/sbin/vboxconfig")))
-        return QStringLiteral("sudo /sbin/vboxconfig (with Secure Boot on, enrol the key it "
-                              "names and reboot)");
+        return QStringLiteral("sudo /sbin/vboxconfig");
     return QStringLiteral("sudo apt-get install virtualbox-dkms linux-headers-%1 && sudo modprobe "
                           "vboxdrv")
         .arg(files.kernelRelease().isEmpty() ? QStringLiteral("$(uname -r)")
