@@ -196,7 +196,7 @@ QList<Command> engineCommands()
                         EngineUse::Open,
                         dump,
                         {}};
-    return {infoCommand, repair, deploy, dumpCommand};
+    return {infoCommand, doctorCommand(), repair, deploy, dumpCommand};
 }
 
 } // namespace Commands

@@ -24,7 +24,7 @@ _vmtools_lines()
 _vmtools()
 {
     local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
-    local commands="info repair-network deploy-dir dump list show create clone rename delete
+    local commands="info doctor repair-network deploy-dir dump list show create clone rename delete
         start stop check wait-ip factory-backup factory-reset get set network export copy-disk
         delete-disk help"
     local globals="--json -v --verbose -q --quiet --log-file -h --help --version"
