@@ -167,9 +167,6 @@ CallResult call(const QString &program, const QStringList &arguments, Options op
         VBoxLog::debug() << "Call:" << arguments;
 
     process.start(program, arguments, QIODevice::ReadWrite);
-    // A cancel that came before the child had started signalled nothing: pass it on now.
-    if (observer && observer->isCanceled())
-        observer->cancel();
     const bool finished = process.waitForFinished(waitLimit(options));
 
     if (observer && observer->isCanceled())
