@@ -4,6 +4,7 @@
 #include "commandcontext.h"
 #include "commandline.h"
 #include "console.h"
+#include "devicereads.h"
 #include "diagnostics.h"
 #include "interrupt.h"
 #include "logging.h"
@@ -14,6 +15,7 @@
 #include "versionreport.h"
 #include "worker.h"
 
+#include <vmtools/callmemo.h>
 #include <vmtools/vmtoolsengine.h>
 
 #include <QCoreApplication>
@@ -23,6 +25,7 @@
 #include <QJsonObject>
 
 #include <memory>
+#include <optional>
 #include <unistd.h>
 
 namespace {
@@ -85,6 +88,14 @@ int runCommand(CommandContext &context)
         const int checked = context.command().check(context);
         if (checked != ExitCode::Success)
             return checked;
+    }
+    // A start-up that only reads asks its listings of the host side by side, and the
+    // command then reuses them.
+    CallMemo memo;
+    std::optional<CallMemo::Scope> reads;
+    if (context.command().engine == EngineUse::StartUpToRead) {
+        reads.emplace(memo);
+        DeviceReads::readAheadStartUp(memo, context.command().name == QLatin1String("info"));
     }
     std::unique_ptr<VMToolsEngine> engine;
     if (context.command().engine != EngineUse::None) {

@@ -9,6 +9,7 @@
 #include "profilekeys.h"
 #include "progress.h"
 
+#include <vmtools/callmemo.h>
 #include <vmtools/vmtoolsengine.h>
 #include <vmtools/vmtoolsmachine.h>
 
@@ -116,6 +117,18 @@ std::unique_ptr<VMToolsMachine> CommandContext::machine(const QString &name, int
 std::function<int(CommandContext &)> onNamedDevice(DeviceBody body)
 {
     return [body](CommandContext &c) {
+        int code = ExitCode::Success;
+        const auto machine = c.machine(c.argument(0), &code);
+        return machine ? body(c, *machine) : code;
+    };
+}
+
+std::function<int(CommandContext &)> onReadDevice(DeviceBody body, DeviceReads::Depth depth)
+{
+    return [body, depth](CommandContext &c) {
+        CallMemo memo;
+        const CallMemo::Scope reads(memo);
+        DeviceReads::readAhead(memo, c.argument(0), depth);
         int code = ExitCode::Success;
         const auto machine = c.machine(c.argument(0), &code);
         return machine ? body(c, *machine) : code;

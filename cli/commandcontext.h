@@ -2,6 +2,7 @@
 #pragma once
 
 #include "command.h"
+#include "devicereads.h"
 
 #include <vmtools/loadstateinfo.h>
 
@@ -77,6 +78,9 @@ private:
 // the device is looked up, and its absence reported, before the body runs.
 using DeviceBody = int (*)(CommandContext &c, VMToolsMachine &machine);
 std::function<int(CommandContext &)> onNamedDevice(DeviceBody body);
+// The same for a body that only reads: within the command each listing of the device is
+// asked of VirtualBox once, and the first reads run side by side before the body starts.
+std::function<int(CommandContext &)> onReadDevice(DeviceBody body, DeviceReads::Depth depth);
 
 // Why a name cannot name a device (it would leave the device's own folder, or is
 // unusable as a file name); empty when it can.

@@ -2,6 +2,7 @@
 #include "commandcontext.h"
 #include "commandline.h"
 #include "commands.h"
+#include "devicereads.h"
 #include "diagnostics.h"
 #include "guestlimits.h"
 #include "interrupt.h"
@@ -10,6 +11,7 @@
 #include "profilekeys.h"
 #include "resultwords.h"
 
+#include <vmtools/callmemo.h>
 #include <vmtools/engineresult.h>
 #include <vmtools/vmtoolsengine.h>
 #include <vmtools/vmtoolsmachine.h>
@@ -17,7 +19,9 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
+#include <QHash>
 #include <QJsonArray>
+#include <QMutex>
 
 #include <algorithm>
 #include <memory>
@@ -80,13 +84,25 @@ int list(CommandContext &c)
 {
     if (!c.step(QStringLiteral("Listing devices")))
         return c.interrupted();
-    std::vector<std::unique_ptr<VMToolsMachine>> machines;
-    for (VMToolsMachine *machine : c.engine()->getMachines())
-        machines.emplace_back(machine);
+    CallMemo memo;
+    const CallMemo::Scope reads(memo);
+    DeviceReads::Devices machines;
+    QHash<VMToolsMachine *, QJsonObject> read;
+    QMutex readLock;
+    const bool listed = DeviceReads::openDevices(
+        *c.engine(), memo, [&c] { return c.isInterrupted(); },
+        [&](VMToolsMachine &machine) {
+            const QJsonObject device = listedDevice(machine);
+            const QMutexLocker locker(&readLock);
+            read.insert(&machine, device);
+        },
+        &machines);
     c.stepDone();
+    if (c.isInterrupted())
+        return c.interrupted();
     // An empty listing is no answer when VirtualBox could not list its machines. A machine
     // it cannot read (another application's, whose folder is gone) is only passed over.
-    if (machines.empty() && Diagnostics::runFailed({QStringLiteral("list"), QStringLiteral("vms")}))
+    if (!listed)
         return c.fail(QStringLiteral("the devices could not be listed"));
 
     // By name as people read it; VirtualBox lists in the order the machines were made.
@@ -96,7 +112,7 @@ int list(CommandContext &c)
     QJsonArray devices;
     QList<QStringList> rows;
     for (const auto &machine : machines) {
-        const QJsonObject device = listedDevice(*machine);
+        const QJsonObject device = read.value(machine.get());
         devices.append(device);
         rows.append(listedRow(device));
     }
@@ -462,7 +478,7 @@ QList<Command> deviceCommands()
                         1,
                         {},
                         EngineUse::Open,
-                        onNamedDevice(show),
+                        onReadDevice(show, DeviceReads::Depth::Open),
                         {}};
     Command createCommand{
         QStringLiteral("create"),

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commandcontext.h"
 #include "commands.h"
+#include "devicereads.h"
 #include "jsonvalues.h"
 #include "output.h"
 
+#include <vmtools/callmemo.h>
 #include <vmtools/paths.h>
 #include <vmtools/settings.h>
 #include <vmtools/vmtoolsengine.h>
@@ -111,16 +113,24 @@ int dump(CommandContext &c)
     c.engine()->dumpInfos(&file);
     if (!c.step(QStringLiteral("Listing devices")))
         return c.interrupted();
-    QList<VMToolsMachine *> machines = c.engine()->getMachines();
+    // The devices are read side by side; their dumps then reuse what was read.
+    CallMemo memo;
+    const CallMemo::Scope reads(memo);
+    DeviceReads::Devices machines;
+    DeviceReads::openDevices(
+        *c.engine(), memo, [&c] { return c.isInterrupted(); },
+        [&memo](VMToolsMachine &machine) {
+            DeviceReads::readAhead(memo, machine.getName(), DeviceReads::Depth::Dump);
+        },
+        &machines);
     QJsonArray names;
-    int result = -1;
-    for (VMToolsMachine *machine : machines) {
-        std::unique_ptr<VMToolsMachine> owned(machine);
+    int result = c.isInterrupted() ? c.interrupted() : -1;
+    for (const auto &machine : machines) {
         if (result >= 0)
-            continue; // interrupted: only release the rest
+            break;
         if (!c.step(QStringLiteral("Writing the information of %1").arg(machine->getName()))) {
             result = c.interrupted();
-            continue;
+            break;
         }
         machine->dumpInfos(&file);
         names.append(machine->getName());

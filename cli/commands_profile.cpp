@@ -7,6 +7,7 @@
 #include "profilekeys.h"
 #include "resultwords.h"
 
+#include <vmtools/callmemo.h>
 #include <vmtools/vmtoolsengine.h>
 #include <vmtools/vmtoolsmachine.h>
 
@@ -41,6 +42,9 @@ int get(CommandContext &c)
         for (const ProfileKey &key : ProfileKeys::all())
             keys.append(&key);
     }
+    CallMemo memo;
+    const CallMemo::Scope reads(memo);
+    DeviceReads::readAhead(memo, c.argument(0), DeviceReads::Depth::Open);
     int code = ExitCode::Success;
     const auto machine = c.machine(c.argument(0), &code);
     if (!machine)

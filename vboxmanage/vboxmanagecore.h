@@ -3,6 +3,7 @@
 
 #include <vmtools/loadstateinfo.h>
 #include <vmtools/vmtoolsengine.h>
+#include <vmtools/vmtoolsmachinelisting.h>
 
 #include <QHostAddress>
 #include <QList>
@@ -10,7 +11,7 @@
 
 // The VirtualBox engine: every operation runs VBoxManage and reads its output.
 // It keeps no list of machines; each query asks VirtualBox again.
-class VBoxManageCore final : public VMToolsEngine
+class VBoxManageCore final : public VMToolsEngine, public VMToolsMachineListing
 {
 public:
     // A host-only interface as the engine sees it; an empty name means none.
@@ -62,6 +63,10 @@ public:
     void checkAndCreateVboxInterface() override;
     QString getDataDiskName() const override;
     QString getSDCardDiskName() const override;
+
+    // VMToolsMachineListing: getMachines in two halves.
+    bool listMachines(QList<Entry> *entries) override;
+    VMToolsMachine *openListedMachine(const Entry &entry) override;
 
     // Host limits, from the text of "list hostinfo".
     void loadMaxCPUNumber(const QString &hostinfo);

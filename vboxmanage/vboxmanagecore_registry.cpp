@@ -23,19 +23,35 @@ VBoxManageCommon::CallResult showVmInfo(const QString &path, const QString &id,
 QList<VMToolsMachine *> VBoxManageCore::getMachines()
 {
     QList<VMToolsMachine *> machines;
+    QList<Entry> entries;
+    if (!listMachines(&entries))
+        return machines;
+    for (const Entry &entry : entries) {
+        if (VMToolsMachine *machine = openListedMachine(entry))
+            machines.append(machine);
+    }
+    return machines;
+}
+
+bool VBoxManageCore::listMachines(QList<Entry> *entries)
+{
     const VBoxManageCommon::CallResult result =
         VBoxManageCommon::call(m_vboxManagePath, {QStringLiteral("list"), QStringLiteral("vms")},
                                VBoxManageCommon::WaitForever);
     if (result.exitCode != 0)
-        return machines;
-
+        return false;
     for (const VBoxOutputParser::MachineEntry &entry :
-         VBoxOutputParser::parseMachineList(result.output)) {
-        // Other VirtualBox machines on the host are none of our business.
-        if (isCompatible(entry.uuid))
-            machines.append(new VBoxManageMachine(entry.uuid, entry.name, m_vboxManagePath));
-    }
-    return machines;
+         VBoxOutputParser::parseMachineList(result.output))
+        entries->append({entry.uuid, entry.name});
+    return true;
+}
+
+VMToolsMachine *VBoxManageCore::openListedMachine(const Entry &entry)
+{
+    // Other VirtualBox machines on the host are none of our business.
+    if (!isCompatible(entry.uuid))
+        return nullptr;
+    return new VBoxManageMachine(entry.uuid, entry.name, m_vboxManagePath);
 }
 
 VMToolsMachine *VBoxManageCore::getMachine(const QString &id)

@@ -3,6 +3,7 @@
 
 #include "vboxmanagecommon_p.h"
 
+#include <vmtools/callmemo.h>
 #include <vmtools/vboxlog.h>
 #include <vmtools/vmtoolsobserver.h>
 
@@ -158,6 +159,12 @@ CallResult call(const QString &program, const QStringList &arguments, Options op
                 VMToolsObserver *observer)
 {
     const bool silent = options.testFlag(Silent);
+    CallResult known;
+    if (!observer && CallMemo::answer(program, arguments, &known)) {
+        if (!silent)
+            VBoxLog::debug() << "Answered again:" << arguments;
+        return known;
+    }
     QProcess process;
     const ChildReaper reaper(process);
     process.setProcessChannelMode(QProcess::SeparateChannels);
@@ -169,8 +176,10 @@ CallResult call(const QString &program, const QStringList &arguments, Options op
     process.start(program, arguments, QIODevice::ReadWrite);
     const bool finished = process.waitForFinished(waitLimit(options));
 
-    if (observer && observer->isCanceled())
+    if (observer && observer->isCanceled()) {
+        CallMemo::remember(program, arguments, false, {});
         return {-1, QString(), QStringLiteral("canceled")};
+    }
 
     CallResult result;
     result.exitCode = process.exitCode();
@@ -178,6 +187,9 @@ CallResult call(const QString &program, const QStringList &arguments, Options op
     result.error = textUpToNul(process.readAllStandardError());
     if (!silent)
         logOutcome(finished, result);
+    CallMemo::remember(program, arguments,
+                       finished && process.exitStatus() == QProcess::NormalExit && !observer,
+                       result);
     return result;
 }
 

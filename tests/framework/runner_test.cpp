@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <vmtools/callmemo.h>
 #include <vmtools/vboxmanagecommon.h>
 #include <vmtools/vmtoolsobserver.h>
 
@@ -12,6 +13,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <climits>
 
 using namespace VBoxManageCommon;
@@ -120,6 +122,58 @@ TEST(RunnerTest, NonZeroExitLogsTheCodeAndTheTrimmedErrorWhenItIsNotBlank)
         EXPECT_EQ(log.lines(),
                   QList<LogLine>{debugLine("[VBox] Call: (\"" + c.arg + "\")")} + c.outcome);
     }
+}
+
+TEST(RunnerTest, AMemoGivesReadsAgainButNeitherFailuresNorAnythingAcrossAChange)
+{
+    StandIn standIn;
+    standIn.onExact({"showvminfo", "phone"}, {Answer::ok("description\n")});
+    standIn.onExact({"guestproperty", "enumerate", "uuid-1"}, {Answer::ok("properties\n")});
+    standIn.onPrefix({"snapshot"}, {Answer::fail(1, "VBoxManage: error: no snapshots\n")});
+    standIn.onPrefix({"guestproperty", "set"}, {Answer::ok("")});
+    const QStringList description{"showvminfo", "phone"};
+    const QStringList byName{"guestproperty", "enumerate", "phone"};
+    const QStringList snapshots{"snapshot", "phone", "list"};
+    const QStringList change{"guestproperty", "set", "phone", "vbox_dpi", "240"};
+
+    CallMemo memo;
+    memo.sameMachine("phone", "uuid-1");
+    call(Tool, description); // no scope on this thread: the memo is not asked
+    {
+        const CallMemo::Scope scope(memo);
+        LogCapture log;
+        call(Tool, description);
+        EXPECT_EQ(call(Tool, description).output, "description\n");
+        call(Tool, {"guestproperty", "enumerate", "uuid-1"});
+        EXPECT_EQ(call(Tool, byName).output, "properties\n"); // the name is that machine
+        EXPECT_EQ(call(Tool, snapshots).exitCode, 1);
+        EXPECT_EQ(call(Tool, snapshots).exitCode, 1);
+        call(Tool, change);
+        call(Tool, description);
+        EXPECT_TRUE(
+            log.lines().contains(debugLine("[VBox] Answered again: (\"showvminfo\", \"phone\")")));
+    }
+    call(Tool, description);
+    EXPECT_EQ(standIn.calls(), (QList<QStringList>{description,
+                                                   description,
+                                                   {"guestproperty", "enumerate", "uuid-1"},
+                                                   snapshots,
+                                                   snapshots,
+                                                   change,
+                                                   description,
+                                                   description}));
+    EXPECT_EQ(memo.reuses(), 2);
+
+    // Read ahead side by side: each read once, and none already answered.
+    standIn.clearCalls();
+    {
+        const CallMemo::Scope scope(memo);
+        memo.readAhead(Tool, {description, byName, {"list", "vms"}, snapshots}, 4);
+    }
+    QList<QStringList> made = standIn.calls();
+    std::sort(made.begin(), made.end());
+    EXPECT_EQ(made, (QList<QStringList>{
+                        {"guestproperty", "enumerate", "phone"}, {"list", "vms"}, snapshots}));
 }
 
 TEST(RunnerTest, ExecutableThatCannotStartIsReportedWithTheSameWordsWhateverItsName)

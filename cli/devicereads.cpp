@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "devicereads.h"
+
+#include "diagnostics.h"
+
+#include <vmtools/callmemo.h>
+#include <vmtools/vmtoolsengine.h>
+#include <vmtools/vmtoolsmachine.h>
+#include <vmtools/vmtoolsmachinelisting.h>
+
+#include <QHash>
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace {
+
+// The engine's own program name: it finds VBoxManage on PATH.
+const QString Program = QStringLiteral("VBoxManage");
+
+} // namespace
+
+namespace DeviceReads {
+
+void readAhead(CallMemo &memo, const QString &name, Depth depth)
+{
+    if (depth == Depth::Dump) {
+        memo.readAhead(Program,
+                       {{QStringLiteral("getextradata"), name, QStringLiteral("enumerate")},
+                        {QStringLiteral("showvminfo"), name, QStringLiteral("--details")}},
+                       1);
+        return;
+    }
+    QList<QStringList> reads{
+        {QStringLiteral("showvminfo"), name},
+        {QStringLiteral("guestproperty"), QStringLiteral("enumerate"), name},
+    };
+    memo.readAhead(Program, reads, Width);
+}
+
+void readAheadStartUp(CallMemo &memo, bool version)
+{
+    QList<QStringList> reads{
+        {QStringLiteral("list"), QStringLiteral("hostinfo")},
+        {QStringLiteral("list"), QStringLiteral("hostonlyifs")},
+        {QStringLiteral("list"), QStringLiteral("dhcpservers")},
+    };
+    if (version)
+        reads.append({QStringLiteral("--version")});
+    memo.readAhead(Program, reads, Width);
+}
+
+void forEach(int count, CallMemo &memo, const std::function<void(int)> &work)
+{
+    std::atomic<int> next{0};
+    const auto drain = [&] {
+        const CallMemo::Scope scope(memo);
+        for (int index = next++; index < count; index = next++)
+            work(index);
+    };
+    std::vector<std::thread> threads;
+    for (int i = 1; i < std::min(Width, count); ++i)
+        threads.emplace_back(drain);
+    drain();
+    for (std::thread &thread : threads)
+        thread.join();
+}
+
+bool openDevices(VMToolsEngine &engine, CallMemo &memo, const std::function<bool()> &stop,
+                 const std::function<void(VMToolsMachine &)> &opened, Devices *devices)
+{
+    auto *listing = dynamic_cast<VMToolsMachineListing *>(&engine);
+    if (!listing) {
+        for (VMToolsMachine *machine : engine.getMachines())
+            devices->emplace_back(machine);
+        for (const auto &machine : *devices)
+            opened(*machine);
+        return !devices->empty() ||
+               !Diagnostics::runFailed({QStringLiteral("list"), QStringLiteral("vms")});
+    }
+    QList<VMToolsMachineListing::Entry> entries;
+    if (!listing->listMachines(&entries))
+        return false;
+    // A name that only one machine has is that machine: its reads by UUID and by name are one.
+    QHash<QString, int> names;
+    for (const VMToolsMachineListing::Entry &entry : entries)
+        ++names[entry.name];
+    for (const VMToolsMachineListing::Entry &entry : entries) {
+        if (names.value(entry.name) == 1)
+            memo.sameMachine(entry.name, entry.uuid);
+    }
+    Devices all(entries.size());
+    forEach(entries.size(), memo, [&](int index) {
+        if (stop())
+            return;
+        all[index].reset(listing->openListedMachine(entries[index]));
+        if (all[index])
+            opened(*all[index]);
+    });
+    // Machines that are not devices leave no entry.
+    for (auto &machine : all) {
+        if (machine)
+            devices->push_back(std::move(machine));
+    }
+    return true;
+}
+
+} // namespace DeviceReads

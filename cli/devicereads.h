@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+class CallMemo;
+class VMToolsEngine;
+class VMToolsMachine;
+
+// The reads of VirtualBox that commands which only look share within one command: each
+// listing of a machine is asked once (a CallMemo keeps it for the command), and reads that
+// do not wait for one another run side by side, a few at a time.
+namespace DeviceReads {
+
+// At most this many VBoxManage runs at once: VirtualBox's service serves concurrent clients,
+// and more than a few only queue for the processors.
+constexpr int Width = 4;
+
+// What the engine reads of a device when it opens one: its description and its guest
+// properties, side by side. With Dump, only what a device's dump reads besides, one read
+// after the other (the caller reads several devices at once). Nothing else of one machine
+// runs beside them: VirtualBox 7.2 refuses a "guestproperty get" while another client reads
+// the same machine ("already has a lock request pending").
+enum class Depth { Open, Dump };
+void readAhead(CallMemo &memo, const QString &name, Depth depth);
+
+// What the engine's start-up reads of the host, and with `version` VirtualBox's version.
+void readAheadStartUp(CallMemo &memo, bool version);
+
+// Calls work(0) to work(count - 1) on up to Width threads, each bound to `memo`, and
+// returns once every call has returned; one call failing never keeps the others from
+// running. Each call sees only its own index, so results keep their order.
+void forEach(int count, CallMemo &memo, const std::function<void(int)> &work);
+
+// The engine's devices in its order, opened side by side through the engine's listing where
+// it offers one (one after the other through getMachines otherwise); `opened` then runs on the
+// thread that opened the device, for further reads. Nothing more is opened once `stop` says
+// so. False when VirtualBox could not list its machines.
+using Devices = std::vector<std::unique_ptr<VMToolsMachine>>;
+bool openDevices(VMToolsEngine &engine, CallMemo &memo, const std::function<bool()> &stop,
+                 const std::function<void(VMToolsMachine &)> &opened, Devices *devices);
+
+} // namespace DeviceReads
