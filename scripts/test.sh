@@ -31,6 +31,18 @@ run_tests() {
 }
 
 run_tests "$root/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo
+# CTest runs each case in a process of its own; run whole, as a developer runs a binary,
+# no case may depend on what an earlier one left behind.
+for binary in "$root"/build/bin/*_tests; do
+    log=$root/build/$(basename "$binary")-whole.log
+    if "$binary" >"$log" 2>&1; then
+        echo "$(basename "$binary") run whole: passed"
+    else
+        echo "$(basename "$binary") run whole: FAILED; the failures:" >&2
+        grep -E -A8 '^\[  FAILED  \]|Failure$' "$log" >&2 || tail -n 40 "$log" >&2
+        exit 1
+    fi
+done
 
 # The demo, a device's whole life through vmtools, against every VirtualBox version that
 # the stand-in prints.
