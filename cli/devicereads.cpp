@@ -4,6 +4,7 @@
 #include "diagnostics.h"
 
 #include <vmtools/callmemo.h>
+#include <vmtools/vboxmanagecommon.h>
 #include <vmtools/vmtoolsengine.h>
 #include <vmtools/vmtoolsmachine.h>
 #include <vmtools/vmtoolsmachinelisting.h>
@@ -20,6 +21,23 @@ namespace {
 // The engine's own program name: it finds VBoxManage on PATH.
 const QString Program = QStringLiteral("VBoxManage");
 
+// Runs those of `reads` that have no answer yet, side by side, or one after the other on
+// this thread when `sideBySide` is false.
+void readAll(CallMemo &memo, const QList<QStringList> &reads, bool sideBySide)
+{
+    const auto read = [&](int index) {
+        if (!memo.isKnown(Program, reads.at(index)))
+            VBoxManageCommon::call(Program, reads.at(index), VBoxManageCommon::WaitForever);
+    };
+    if (sideBySide) {
+        DeviceReads::forEach(reads.size(), memo, read);
+        return;
+    }
+    const CallMemo::Scope scope(memo);
+    for (int index = 0; index < reads.size(); ++index)
+        read(index);
+}
+
 } // namespace
 
 namespace DeviceReads {
@@ -27,17 +45,17 @@ namespace DeviceReads {
 void readAhead(CallMemo &memo, const QString &name, Depth depth)
 {
     if (depth == Depth::Dump) {
-        memo.readAhead(Program,
-                       {{QStringLiteral("getextradata"), name, QStringLiteral("enumerate")},
-                        {QStringLiteral("showvminfo"), name, QStringLiteral("--details")}},
-                       1);
+        readAll(memo,
+                {{QStringLiteral("getextradata"), name, QStringLiteral("enumerate")},
+                 {QStringLiteral("showvminfo"), name, QStringLiteral("--details")}},
+                false);
         return;
     }
     QList<QStringList> reads{
         {QStringLiteral("showvminfo"), name},
         {QStringLiteral("guestproperty"), QStringLiteral("enumerate"), name},
     };
-    memo.readAhead(Program, reads, Width);
+    readAll(memo, reads, true);
 }
 
 void readAheadStartUp(CallMemo &memo, bool version)
@@ -49,7 +67,7 @@ void readAheadStartUp(CallMemo &memo, bool version)
     };
     if (version)
         reads.append({QStringLiteral("--version")});
-    memo.readAhead(Program, reads, Width);
+    readAll(memo, reads, true);
 }
 
 void forEach(int count, CallMemo &memo, const std::function<void(int)> &work)

@@ -3,11 +3,6 @@
 
 #include <QMutexLocker>
 
-#include <algorithm>
-#include <atomic>
-#include <thread>
-#include <vector>
-
 namespace {
 
 thread_local CallMemo *t_memo = nullptr;
@@ -110,23 +105,4 @@ bool CallMemo::isKnown(const QString &program, const QStringList &arguments) con
 {
     QMutexLocker locker(&m_mutex);
     return m_answers.contains(key(program, arguments));
-}
-
-void CallMemo::readAhead(const QString &program, const QList<QStringList> &reads, int parallel)
-{
-    std::atomic<int> next{0};
-    const auto work = [&] {
-        const Scope scope(*this);
-        for (int i = next++; i < reads.size(); i = next++) {
-            if (!isKnown(program, reads.at(i)))
-                VBoxManageCommon::call(program, reads.at(i), VBoxManageCommon::WaitForever);
-        }
-    };
-    std::vector<std::thread> threads;
-    const int count = std::min(parallel, static_cast<int>(reads.size()));
-    for (int i = 1; i < count; ++i)
-        threads.emplace_back(work);
-    work();
-    for (std::thread &thread : threads)
-        thread.join();
 }

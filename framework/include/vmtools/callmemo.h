@@ -5,7 +5,6 @@
 #include <vmtools/vmtools_export.h>
 
 #include <QHash>
-#include <QList>
 #include <QMutex>
 #include <QString>
 #include <QStringList>
@@ -37,9 +36,8 @@ public:
 
     // `name` names the machine `uuid` and no other one: a read by either answers for both.
     void sameMachine(const QString &name, const QString &uuid);
-    // Runs those of `reads` that have no answer yet, up to `parallel` at a time, each on a
-    // thread of its own bound to this memo; returns when all have ended.
-    void readAhead(const QString &program, const QList<QStringList> &reads, int parallel);
+    // Whether a run of `program` with `arguments` has a kept answer.
+    bool isKnown(const QString &program, const QStringList &arguments) const;
     // How many answers were given again instead of a run.
     int reuses() const;
 
@@ -54,7 +52,6 @@ public:
 private:
     static bool isRead(const QStringList &arguments);
     QStringList key(const QString &program, const QStringList &arguments) const;
-    bool isKnown(const QString &program, const QStringList &arguments) const;
 
     mutable QMutex m_mutex;
     QHash<QString, QString> m_uuidOfName;
