@@ -26,6 +26,7 @@ TEST(CliLifecycleTest, StartStopCheckWaitIpAndFactoryResetLookAtTheStateFirst)
     scriptDevice(standIn, {"watch", "5d3f1a2b-6c7d-4e8f-9a0b-1c2d3e4f5a6b", "powered off", false});
     scriptDevice(standIn, {"boot", "2c4e6a8b-0d2f-4b6d-8f1a-3c5e7a9b1d3f", "powered off", true, 3});
     scriptDevice(standIn, {"idle", "7a1b2c3d-4e5f-4a6b-8c7d-9e0f1a2b3c4d", "running", true});
+    scriptDevice(standIn, {"crashed", "8b2c3d4e-5f6a-4b7c-9d8e-0f1a2b3c4d5e", "aborted", false});
     scriptUsualHost(standIn);
     VmtoolsHost host;
 
@@ -47,6 +48,8 @@ TEST(CliLifecycleTest, StartStopCheckWaitIpAndFactoryResetLookAtTheStateFirst)
         host,
         {{"start tablet --json", 0, "", R"({"alreadyRunning": true})"},
          {"stop phone", 0, "", "phone is not running.\n"},
+         // An aborted device is stopped already: nothing to power off.
+         {"stop crashed --json", 0, "", R"({"alreadyStopped": true})"},
          {"check tablet", 1},
          {"wait-ip tablet", 0, "", "192.168.56.102:5555\n"},
          {"wait-ip idle --timeout 2 --json", 1, "idle published no address within 2 seconds"},
