@@ -4,6 +4,7 @@
 #include "commandcontext.h"
 #include "commandline.h"
 #include "commands.h"
+#include "guestlimits.h"
 #include "logging.h"
 #include "output.h"
 #include "profilekeys.h"
@@ -228,5 +229,26 @@ TEST(CausesTest, RecordedFailuresOfARealVirtualBoxGetTheirCause)
         const Causes::FailedRun run{QString::fromUtf8(file.readAll()), 1,
                                     QString::fromLatin1(row.command)};
         EXPECT_EQ(Causes::plain(run), QString::fromUtf8(row.cause)) << row.recording;
+    }
+}
+
+// A device may have exactly what the host has, and no more; VirtualBox's own minimum holds.
+TEST(GuestLimitsTest, TheHostsMaximaAreAllowedAndOneMoreIsNot)
+{
+    for (const char *version : {"5.2", "7.2"}) {
+        QFile file(QStringLiteral(VMTOOLS_SOURCE_DIR "/tests/data/%1/core-systemproperties.txt")
+                       .arg(QLatin1String(version)));
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << version;
+        const GuestLimits::Limits limits =
+            GuestLimits::parse(QString::fromUtf8(file.readAll()), 8, 16384);
+        EXPECT_EQ(GuestLimits::problem("cpus", 8, limits.cpus), "") << version;
+        EXPECT_EQ(GuestLimits::problem("memory", 16384, limits.memory, "MB"), "") << version;
+        EXPECT_EQ(GuestLimits::problem("memory", 4, limits.memory, "MB"), "") << version;
+        EXPECT_EQ(GuestLimits::problem("cpus", 9, limits.cpus),
+                  "cpus 9 is outside what VirtualBox and this host allow: 1 to 8");
+        EXPECT_EQ(GuestLimits::problem("memory", 16385, limits.memory, "MB"),
+                  "memory 16385 is outside what VirtualBox and this host allow: 4 to 16384 MB");
+        EXPECT_NE(GuestLimits::problem("memory", 3, limits.memory, "MB"), "");
+        EXPECT_NE(GuestLimits::problem("cpus", 0, limits.cpus), "");
     }
 }
