@@ -57,6 +57,15 @@ TEST_F(MachineProfileTest, SettersWriteTheGuestsEncodingsAndFailedWritesKeepTheC
     m_machine->setVirtualKeyboardOption(true);
     m_machine->setProductSerial("HT7A1");
     m_machine->setProductType("user");
+    // Each product value to its own property.
+    m_machine->setProductName("n");
+    m_machine->setProductModel("m");
+    m_machine->setProductManufacturer("f");
+    m_machine->setProductBrand("b");
+    m_machine->setProductBoard("o");
+    m_machine->setProductDevice("d");
+    m_machine->setProductFingerPrint("p");
+    m_machine->setProductTags("t");
     // Full acceleration turns the basic one on, but turning it off leaves the basic one on.
     EXPECT_TRUE(m_machine->setFullHX(true));
     EXPECT_TRUE(m_machine->isFullHX());
@@ -65,11 +74,14 @@ TEST_F(MachineProfileTest, SettersWriteTheGuestsEncodingsAndFailedWritesKeepTheC
     EXPECT_FALSE(m_machine->isFullHX());
 
     EXPECT_EQ(m_standIn.calls(),
-              (QList<QStringList>{set("release_date", "Mon Jun 3 09:14:07 2024"),
-                                  set("vkeyboard_mode", "2"), set("serialno", "HT7A1"),
-                                  set("build_type", "user"), set("hardware_opengl", "1"),
-                                  set("hardware_opengl_disable_render", "0"),
-                                  set("hardware_opengl_disable_render", "1")}));
+              (QList<QStringList>{
+                  set("release_date", "Mon Jun 3 09:14:07 2024"), set("vkeyboard_mode", "2"),
+                  set("serialno", "HT7A1"), set("build_type", "user"), set("product_name", "n"),
+                  set("product_model", "m"), set("product_manufacturer", "f"),
+                  set("product_brand", "b"), set("product_board", "o"), set("product_device", "d"),
+                  set("build_fingerprint", "p"), set("build_tags", "t"),
+                  set("hardware_opengl", "1"), set("hardware_opengl_disable_render", "0"),
+                  set("hardware_opengl_disable_render", "1")}));
     EXPECT_EQ(m_machine->getReleaseDate(), released);
     EXPECT_TRUE(m_machine->getVirtualKeyboardOption());
 
