@@ -15,6 +15,10 @@ protected:
         DevicesTest::SetUp();
         QDir().mkpath(m_root.path() + "/out");
         m_target = m_root.path() + "/out/phone.ova";
+        // Export needs nothing but the name; what the machine asks about itself is unscripted.
+        m_phone.reset(new VBoxManageMachine("u", "phone", "VBoxManage"));
+        m_standIn.clearCalls();
+        m_log.clear();
     }
 
     QStringList outFolder() const
@@ -31,6 +35,7 @@ protected:
     }
 
     QString m_target;
+    std::unique_ptr<VBoxManageMachine> m_phone;
 };
 
 TEST_F(ExportTest, ApplianceIsWrittenBesideTheTargetAndMovedIntoPlace)
@@ -48,9 +53,9 @@ TEST_F(ExportTest, ApplianceIsWrittenBesideTheTargetAndMovedIntoPlace)
     qputenv("PATH", QFile::encodeName(wrapper) + ':' + path);
     onExport(Answer::ok("Successfully exported 1 machine(s).\n"));
 
-    const bool exported = m_core.exportMachine(&m_phone, m_target, nullptr);
+    const bool exported = m_core.exportMachine(m_phone.get(), m_target, nullptr);
     // The target exists now: a second export must not overwrite it.
-    const bool overwritten = m_core.exportMachine(&m_phone, m_target, nullptr);
+    const bool overwritten = m_core.exportMachine(m_phone.get(), m_target, nullptr);
     qputenv("PATH", path);
 
     EXPECT_TRUE(exported);
@@ -68,7 +73,7 @@ TEST_F(ExportTest, ApplianceIsWrittenBesideTheTargetAndMovedIntoPlace)
 TEST_F(ExportTest, FailedExportLeavesNothingBehind)
 {
     onExport(Answer::fail(1, "VBoxManage: error: Appliance write failed\n"));
-    EXPECT_FALSE(m_core.exportMachine(&m_phone, m_target, nullptr));
+    EXPECT_FALSE(m_core.exportMachine(m_phone.get(), m_target, nullptr));
     EXPECT_TRUE(outFolder().isEmpty());
     EXPECT_TRUE(m_log.contains(
         QtWarningMsg, "[VBox] [export] failed to create ova for: \"phone\" in \"" + m_target +
@@ -77,7 +82,7 @@ TEST_F(ExportTest, FailedExportLeavesNothingBehind)
     // A target folder that does not exist: no temporary folder, no command.
     m_standIn.clearCalls();
     const QString nowhere = m_root.path() + "/missing/phone.ova";
-    EXPECT_FALSE(m_core.exportMachine(&m_phone, nowhere, nullptr));
+    EXPECT_FALSE(m_core.exportMachine(m_phone.get(), nowhere, nullptr));
     EXPECT_TRUE(m_standIn.calls().isEmpty());
     EXPECT_TRUE(
         m_log.contains(QtWarningMsg, "[VBox] [export] failed to create ova for: \"phone\" in \"" +
@@ -96,7 +101,7 @@ TEST_F(ExportTest, CancelFromAnotherThreadInterruptsTheExport)
         signalled = observer.cancel();
     });
 
-    const bool exported = m_core.exportMachine(&m_phone, m_target, &observer);
+    const bool exported = m_core.exportMachine(m_phone.get(), m_target, &observer);
     canceller.join();
 
     EXPECT_FALSE(exported);

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "logcapture.h"
-#include "mockmachine.h"
 #include "printers.h"
 #include "standin.h"
 #include "vboxmanagecore.h"
@@ -16,9 +15,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-
-using ::testing::NiceMock;
-using ::testing::Return;
 
 const QString PhoneUuid = QStringLiteral("0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11");
 const QString HostOnlyKey = QStringLiteral("host.only.interface");
@@ -128,15 +124,11 @@ protected:
     std::unique_ptr<VBoxManageMachine> m_machine;
 };
 
-// The engine against the stand-in, and a mock device "phone" to act on. The line the
-// engine's constructor logs is not captured.
+// The engine against the stand-in. The line the engine's constructor logs is not captured.
 class CoreTest : public ::testing::Test
 {
 protected:
-    CoreTest() { ON_CALL(m_phone, getName()).WillByDefault(Return(QStringLiteral("phone"))); }
-
     StandIn m_standIn;
     VBoxManageCore m_core;
     LogCapture m_log;
-    NiceMock<MockMachine> m_phone;
 };
