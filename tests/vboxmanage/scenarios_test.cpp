@@ -19,6 +19,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QMap>
+#include <QRegularExpression>
 #include <QSize>
 #include <QTemporaryDir>
 
@@ -655,7 +656,10 @@ QStringList transcripts()
 
 INSTANTIATE_TEST_SUITE_P(Transcripts, ScenarioTest, ::testing::ValuesIn(transcripts()),
                          [](const ::testing::TestParamInfo<QString> &info) {
-                             return QString(info.param).chopped(4).replace('-', '_').toStdString();
+                             return QString(info.param)
+                                 .chopped(4)
+                                 .replace(QRegularExpression("[^A-Za-z0-9]"), "_")
+                                 .toStdString();
                          });
 
 } // namespace
