@@ -70,36 +70,3 @@ TEST_F(CoreNetworkTest, DhcpServerMustFitTheInterface)
         iface, {"HostInterfaceNetworking-vboxnet10", at("100"), mask, at("101"), at("254")}));
     EXPECT_TRUE(m_log.texts().isEmpty());
 }
-
-TEST_F(CoreNetworkTest, RemovalTriesThreeTimesAndAcceptsAnInterfaceAlreadyGone)
-{
-    m_standIn.onExact({"hostonlyif", "remove", "stuck"}, {Answer::fail(1, "busy")});
-    m_standIn.onExact({"hostonlyif", "remove", "second"}, {Answer::fail(1), Answer::ok()});
-    m_standIn.onExact({"hostonlyif", "remove", "gone"},
-                      {Answer::fail(1, "VBoxManage: error: The host network interface named "
-                                       "'gone' could not be found\n")});
-    EXPECT_FALSE(m_core.deleteHostOnlyInterface("stuck"));
-    EXPECT_TRUE(m_core.deleteHostOnlyInterface("second"));
-    m_log.clear();
-    EXPECT_TRUE(m_core.deleteHostOnlyInterface("gone"));
-    EXPECT_EQ(m_standIn.calls(), cmds({"hostonlyif remove stuck", "hostonlyif remove stuck",
-                                       "hostonlyif remove stuck", "hostonlyif remove second",
-                                       "hostonlyif remove second", "hostonlyif remove gone"}));
-    EXPECT_EQ(m_log.texts(QtDebugMsg).first(),
-              "[VBox] [deleteHostOnlyInterface] Deleting \"gone\" host-only interface");
-    EXPECT_EQ(m_log.texts(QtDebugMsg).last(),
-              "[VBox] [deleteHostOnlyInterface] \"\" could not be found");
-}
-
-// A machine without the marker at all is left out of the listing in the registry test.
-TEST_F(CoreNetworkTest, CompatibleMachinesCarryTheMarkerAfterTheFirstCharacter)
-{
-    const QString marked = guestProperty("vbox_graph_mode", "1");
-    m_standIn.onExact({"guestproperty", "enumerate", "ours"}, {Answer::ok(marked)});
-    m_standIn.onExact({"guestproperty", "enumerate", "edge"}, {Answer::ok("vbox_graph_mode")});
-    // What a failing call printed does not count.
-    m_standIn.onExact({"guestproperty", "enumerate", "failing"}, {Answer{1, marked, "error"}});
-    EXPECT_TRUE(m_core.isCompatible("ours"));
-    EXPECT_FALSE(m_core.isCompatible("edge"));
-    EXPECT_FALSE(m_core.isCompatible("failing"));
-}

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "vboxmanagemachine.h"
 #include "vboxtest.h"
 
 #include <vmtools/settings.h>

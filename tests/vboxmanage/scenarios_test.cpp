@@ -25,7 +25,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <list>
 #include <memory>
 
@@ -149,7 +148,7 @@ protected:
     }
 
     Scenario read(const QString &file) const;
-    QString perform(const QString &op, const QStringList &args);
+    QString perform(const QString &op, const QStringList &a);
 
     // Every entry under the temporary root with its size, to prove that nothing changed.
     QStringList tree() const
@@ -246,329 +245,148 @@ Scenario ScenarioTest::read(const QString &name) const
     return s;
 }
 
-using MachineAction = std::function<QString(VMToolsMachine &, const QStringList &)>;
-
-// A getter that reads a value as text.
-template<typename Get> MachineAction reads(Get get)
-{
-    return [get](VMToolsMachine &m, const QStringList &) {
-        return text(std::invoke(get, m));
-    };
-}
-
-// A setter of a text value.
-MachineAction writes(void (VMToolsMachine::*set)(const QString &))
-{
-    return [set](VMToolsMachine &m, const QStringList &a) {
-        (m.*set)(a.value(0));
-        return QString();
-    };
-}
-
-const QMap<QString, VMToolsMachine::AdapterType> Adapters{
-    {"none", VMToolsMachine::NoAdapter},
-    {"other", VMToolsMachine::OtherAdapter},
-    {"hostonly", VMToolsMachine::HostOnlyAdapter}};
-
-QString connection(const VMToolsMachine::ConnectionInfo &info)
-{
-    static const char *const types[] = {"unknown", "nat", "bridged"};
-    return QString(types[info.type()]) + ' ' + text(info.name());
-}
-
-const QMap<QString, MachineAction> &machineActions()
-{
-    using M = VMToolsMachine;
-    using A = const QStringList &;
-    static const QMap<QString, MachineAction> actions{
-        {"name", reads(&M::getName)},
-        {"uuid", reads(&M::getUuid)},
-        {"path", reads(&M::getPath)},
-        {"status",
-         [](M &m, A) {
-             return M::getStatusString(m.getStatus());
-         }},
-        {"loadStatus",
-         [](M &m, A) {
-             return M::getStatusString(m.getOnLoadStatus());
-         }},
-        {"cpus",
-         [](M &m, A) {
-             return QString::number(m.getCPUCount());
-         }},
-        {"ram",
-         [](M &m, A) {
-             return QString::number(m.getRAM());
-         }},
-        {"setCpus",
-         [](M &m, A a) {
-             return yes(m.setCPUCount(a.value(0).toUInt()));
-         }},
-        {"setRam",
-         [](M &m, A a) {
-             return yes(m.setRAM(a.value(0).toUInt()));
-         }},
-        {"resolution",
-         [](M &m, A) {
-             return QStringLiteral("%1x%2")
-                 .arg(m.getResolution().width())
-                 .arg(m.getResolution().height());
-         }},
-        {"setResolution",
-         [](M &m, A a) {
-             m.setResolution(QSize(a.value(0).toInt(), a.value(1).toInt()));
-             return QString();
-         }},
-        {"density", reads(&M::getDensity)},
-        {"deviceId", reads(&M::getDeviceId)},
-        {"setDeviceId", writes(&M::setDeviceId)},
-        {"fullScreen",
-         [](M &m, A) {
-             return yes(m.isFullScreen());
-         }},
-        {"setFullScreen",
-         [](M &m, A a) {
-             m.setFullScreen(a.value(0) == "true");
-             return QString();
-         }},
-        {"hx",
-         [](M &m, A) {
-             return yes(m.isHX());
-         }},
-        {"fullHx",
-         [](M &m, A) {
-             return yes(m.isFullHX());
-         }},
-        {"setFullHx",
-         [](M &m, A a) {
-             return yes(m.setFullHX(a.value(0) == "true"));
-         }},
-        {"keyboard",
-         [](M &m, A) {
-             return yes(m.getVirtualKeyboardOption());
-         }},
-        {"setKeyboard",
-         [](M &m, A a) {
-             m.setVirtualKeyboardOption(a.value(0) == "true");
-             return QString();
-         }},
-        {"dataDiskSize",
-         [](M &m, A) {
-             return QString::number(m.getDataDiskSize());
-         }},
-        {"deviceVersion",
-         [](M &m, A) {
-             return QString::number(m.getDeviceVersion());
-         }},
-        {"releaseDate",
-         [](M &m, A) {
-             return m.getReleaseDate().toString(Qt::ISODate);
-         }},
-        {"setReleaseDate",
-         [](M &m, A a) {
-             m.setReleaseDate(QDateTime::fromString(a.value(0), Qt::ISODate));
-             return QString();
-         }},
-        {"androidVersion", reads(&M::getAndroidVersion)},
-        {"setAndroidVersion",
-         [](M &m, A a) {
-             return yes(m.setAndroidVersion(a.value(0)));
-         }},
-        {"setProductName", writes(&M::setProductName)},
-        {"setProductModel", writes(&M::setProductModel)},
-        {"setProductManufacturer", writes(&M::setProductManufacturer)},
-        {"setProductBrand", writes(&M::setProductBrand)},
-        {"setProductBoard", writes(&M::setProductBoard)},
-        {"setProductDevice", writes(&M::setProductDevice)},
-        {"setProductSerial", writes(&M::setProductSerial)},
-        {"setProductType", writes(&M::setProductType)},
-        {"setProductFingerPrint", writes(&M::setProductFingerPrint)},
-        {"setProductTags", writes(&M::setProductTags)},
-        {"productTags", reads(&M::getProductTags)},
-        {"data",
-         [](M &m, A a) {
-             return text(m.getData(a.value(0), a.value(1)));
-         }},
-        {"reload",
-         [](M &m, A) {
-             m.reloadProperties();
-             return QString();
-         }},
-        {"adapter",
-         [](M &m, A a) {
-             return Adapters.key(m.getAdapterType(a.value(0).toUInt()), "?");
-         }},
-        {"setAdapter",
-         [](M &m, A a) {
-             return yes(
-                 m.setAdapterType(a.value(0).toUInt(), Adapters.value(a.value(1)), a.value(2)));
-         }},
-        {"connection",
-         [](M &m, A) {
-             return connection(m.getConnectionInfo());
-         }},
-        {"setConnection",
-         [](M &m, A a) {
-             using C = M::ConnectionInfo;
-             return yes(m.setConnectionInfo(a.value(0) == "nat" ? C::createNatConnectionInfo()
-                                            : a.value(0) == "bridged"
-                                                ? C::createBridgedConnectionInfo(a.value(1))
-                                                : C::createUnknownConnectionInfo()));
-         }},
-        {"waitForIP", reads(&M::waitForIP)},
-        {"resetIP",
-         [](M &m, A) {
-             return yes(m.resetIP());
-         }},
-        {"ip", reads(&M::getIPAddress)},
-        {"adbSerial", reads(&M::getAdbSerial)},
-        {"createFactoryBackup",
-         [](M &m, A) {
-             return yes(m.createFactoryBackup());
-         }},
-        {"canResetToFactory",
-         [](M &m, A) {
-             return yes(m.canResetToFactory());
-         }},
-        {"resetFactory",
-         [](M &m, A) {
-             return QString::number(m.resetFactory());
-         }},
-        {"listSnapshots",
-         [](M &m, A) {
-             auto *machine = dynamic_cast<VBoxManageMachine *>(&m);
-             return machine ? machine->listSnapshots().join(", ") : QStringLiteral("?");
-         }},
-        {"diskUuid",
-         [](M &m, A a) {
-             return text(
-                 m.getDiskUuid(DiskPort(a.value(0).toInt()), DiskDevice(a.value(1).toInt())));
-         }},
-        {"attachDisk",
-         [](M &m, A a) {
-             return yes(m.attachDisk(a.value(0), DiskPort(a.value(1).toInt()),
-                                     DiskDevice(a.value(2).toInt())));
-         }},
-        {"deleteDisk",
-         [](M &m, A a) {
-             return yes(m.deleteDisk(DiskPort(a.value(0).toInt()), DiskDevice(a.value(1).toInt())));
-         }},
-    };
-    return actions;
-}
+// One operation of a transcript, by its name, with its result as text.
+#define OPERATION(name, result)                                                                    \
+    if (op == QLatin1String(name))                                                                 \
+        return (result);
 
 QString ScenarioTest::perform(const QString &op, const QStringList &a)
 {
-    const auto number = [&](int i) {
+    using M = VMToolsMachine;
+    using C = M::ConnectionInfo;
+    const auto n = [&](int i) {
         return a.value(i).toUInt();
     };
-    if (op == "load") {
-        LoadStateInfo info{-1, QStringLiteral("untouched")};
+    const auto on = [&](int i) {
+        return a.value(i) == QLatin1String("true");
+    };
+    const auto number = [](auto value) {
+        return QString::number(value);
+    };
+    const auto made = [this](M *machine) {
+        m_machine.reset(machine);
+        return machine ? text(machine->getName()) + ' ' + text(machine->getUuid()) : "none";
+    };
+    const auto machines = [&](QList<M *> list) {
+        QStringList names;
+        for (M *machine : list)
+            names << text(machine->getName()) + ' ' + text(machine->getUuid()), delete machine;
+        return names.join(", ");
+    };
+    const QStringList adapters{"none", "other", "hostonly"};
+    const QStringList connections{"unknown", "nat", "bridged"};
+    LoadStateInfo info{-1, QStringLiteral("untouched")};
+    if (op == QLatin1String("load")) {
         m_engine.reset(VMToolsEngine::loadEngine(&info));
         return loadState(info, bool(m_engine));
     }
-    if (op == "initialize")
-        return loadState(core().initialize(), true);
-    if (op == "version")
-        return text(engine().version());
-    if (op == "adapterName")
-        return text(engine().getAdapterName());
-    if (op == "limits")
-        return QString::number(engine().getMaxCpuCount()) + ' ' +
-               QString::number(engine().getMaxMemory());
-    if (op == "settingOf")
-        return text(Settings::get(a.value(0)).toString());
-    if (op == "ready")
-        return yes(engine().isSystemReady());
-    if (op == "createMachine")
-        return QString::number(
-            engine().createMachine(a.value(0), a.value(1), number(2), number(3), number(4)));
-    if (op == "getMachine") {
-        m_machine.reset(engine().getMachine(a.value(0)));
-        return m_machine ? text(m_machine->getName()) + ' ' + text(m_machine->getUuid()) : "none";
-    }
-    if (op == "getMachines") {
-        QStringList names;
-        for (VMToolsMachine *machine : engine().getMachines()) {
-            names << text(machine->getName()) + ' ' + text(machine->getUuid());
-            delete machine;
-        }
-        return names.join(", ");
-    }
-    if (op == "doesMachineExist")
-        return yes(engine().doesMachineExist(a.value(0)));
-    if (op == "copyDisk")
-        return QString::number(engine().copyDisk(a.value(0), a.value(1)));
-    if (op == "deleteDisk")
-        return QString::number(engine().deleteDisk(a.value(0)));
-    if (op == "cleanDeployDir")
-        return yes(core().cleanDeployDir(a.value(0)));
-    if (op == "deleteHostOnlyInterface")
-        return yes(core().deleteHostOnlyInterface(a.value(0)));
-    if (op == "isCompatible")
-        return yes(core().isCompatible(a.value(0)));
-    if (op == "machineFolder")
-        return text(core().getCurrentVBoxMachineFolderValue());
-    if (op == "setMachineFolder")
-        return yes(core().setVBoxMachineFolderValue(a.value(0)));
-    // The rest acts on a machine: "machine UUID NAME" makes one without the engine.
-    if (op == "machine") {
-        m_machine.reset(
-            new VBoxManageMachine(a.value(0), a.value(1), QStringLiteral("VBoxManage")));
-        return QString();
-    }
+    OPERATION("initialize", loadState(core().initialize(), true))
+    OPERATION("version", text(engine().version()))
+    OPERATION("adapterName", text(engine().getAdapterName()))
+    OPERATION("limits", number(engine().getMaxCpuCount()) + ' ' + number(engine().getMaxMemory()))
+    OPERATION("ready", yes(engine().isSystemReady()))
+    OPERATION("settingOf", text(Settings::get(a.value(0)).toString()))
+    OPERATION("createMachine",
+              number(engine().createMachine(a.value(0), a.value(1), n(2), n(3), n(4))))
+    OPERATION("getMachine", made(engine().getMachine(a.value(0))))
+    OPERATION("machine", made(new VBoxManageMachine(a.value(0), a.value(1), "VBoxManage")))
+    OPERATION("getMachines", machines(engine().getMachines()))
+    OPERATION("doesMachineExist", yes(engine().doesMachineExist(a.value(0))))
+    OPERATION("copyDisk", number(engine().copyDisk(a.value(0), a.value(1))))
+    OPERATION("deleteDisk", number(engine().deleteDisk(a.value(0))))
+    OPERATION("deleteHostOnlyInterface", yes(core().deleteHostOnlyInterface(a.value(0))))
+    OPERATION("isCompatible", yes(core().isCompatible(a.value(0))))
+    OPERATION("machineFolder", text(core().getCurrentVBoxMachineFolderValue()))
+    OPERATION("setMachineFolder", yes(core().setVBoxMachineFolderValue(a.value(0))))
+    // The rest acts on the machine made last.
     if (!m_machine) {
         ADD_FAILURE() << "no machine for " << op.toStdString();
         return QString();
     }
-    VMToolsMachine &machine = *m_machine;
-    if (op == "deleteMachine")
-        return yes(engine().deleteMachine(&machine));
-    if (op == "renameMachine")
-        return yes(engine().renameMachine(&machine, a.value(0)));
-    if (op == "cloneMachine")
-        return QString::number(engine().cloneMachine(&machine, a.value(0), a.value(1) == "true"));
-    if (op == "startMachine")
-        return yes(engine().startMachine(&machine, a.value(0) == "gui"
-                                                       ? VMToolsMachine::GuiLaunch
-                                                       : VMToolsMachine::HeadlessLaunch));
-    if (op == "stopMachine")
-        return yes(engine().stopMachine(&machine));
-    if (op == "startStopDevice")
-        return yes(engine().startStopDevice(&machine));
-    if (op == "createSDCard")
-        return QString::number(core().createSDCard(&machine, number(0)));
-    if (op == "template") {
-        const VMTemplate t{a.value(0),
-                           number(1),
-                           QDateTime::fromString(a.value(2), Qt::ISODate),
-                           a.value(3) == "true",
-                           a.value(4) == "true",
-                           int(number(5)),
-                           int(number(6)),
-                           number(7),
-                           a.value(8) == "true",
-                           a.value(9),
-                           a.value(10),
-                           a.value(11),
-                           number(12),
-                           number(13)};
-        machine.setPropertiesFromTemplate(&t);
-        return QString();
-    }
-    if (op == "copyProfileFrom") {
-        const std::unique_ptr<VMToolsMachine> source(
-            new VBoxManageMachine(a.value(0), a.value(1), QStringLiteral("VBoxManage")));
-        machine.duplicateDeviceProperties(source.get());
-        return QString();
-    }
-    const auto action = machineActions().find(op);
-    if (action == machineActions().end()) {
-        ADD_FAILURE() << "unknown operation " << op.toStdString();
-        return QString();
-    }
-    return (*action)(machine, a);
+    M &m = *m_machine;
+    OPERATION("deleteMachine", yes(engine().deleteMachine(&m)))
+    OPERATION("renameMachine", yes(engine().renameMachine(&m, a.value(0))))
+    OPERATION("cloneMachine", number(engine().cloneMachine(&m, a.value(0), on(1))))
+    OPERATION("startMachine", yes(engine().startMachine(&m, M::LaunchType(a.value(0) == "gui"))))
+    OPERATION("startStopDevice", yes(engine().startStopDevice(&m)))
+    OPERATION("createSDCard", number(core().createSDCard(&m, n(0))))
+    OPERATION("name", text(m.getName()))
+    OPERATION("uuid", text(m.getUuid()))
+    OPERATION("path", text(m.getPath()))
+    OPERATION("status", M::getStatusString(m.getStatus()))
+    OPERATION("loadStatus", M::getStatusString(m.getOnLoadStatus()))
+    OPERATION("cpus", number(m.getCPUCount()))
+    OPERATION("ram", number(m.getRAM()))
+    OPERATION("setCpus", yes(m.setCPUCount(n(0))))
+    OPERATION("setRam", yes(m.setRAM(n(0))))
+    OPERATION("resolution",
+              number(m.getResolution().width()) + 'x' + number(m.getResolution().height()))
+    OPERATION("setResolution", (m.setResolution(QSize(n(0), n(1))), QString()))
+    OPERATION("density", text(m.getDensity()))
+    OPERATION("deviceId", text(m.getDeviceId()))
+    OPERATION("setDeviceId", (m.setDeviceId(a.value(0)), QString()))
+    OPERATION("fullScreen", yes(m.isFullScreen()))
+    OPERATION("setFullScreen", (m.setFullScreen(on(0)), QString()))
+    OPERATION("hx", yes(m.isHX()))
+    OPERATION("fullHx", yes(m.isFullHX()))
+    OPERATION("setFullHx", yes(m.setFullHX(on(0))))
+    OPERATION("keyboard", yes(m.getVirtualKeyboardOption()))
+    OPERATION("setKeyboard", (m.setVirtualKeyboardOption(on(0)), QString()))
+    OPERATION("dataDiskSize", number(m.getDataDiskSize()))
+    OPERATION("deviceVersion", number(m.getDeviceVersion()))
+    OPERATION("releaseDate", m.getReleaseDate().toString(Qt::ISODate))
+    OPERATION("setReleaseDate",
+              (m.setReleaseDate(QDateTime::fromString(a.value(0), Qt::ISODate)), QString()))
+    OPERATION("androidVersion", text(m.getAndroidVersion()))
+    OPERATION("setAndroidVersion", yes(m.setAndroidVersion(a.value(0))))
+    OPERATION("setProductName", (m.setProductName(a.value(0)), QString()))
+    OPERATION("setProductModel", (m.setProductModel(a.value(0)), QString()))
+    OPERATION("setProductManufacturer", (m.setProductManufacturer(a.value(0)), QString()))
+    OPERATION("setProductBrand", (m.setProductBrand(a.value(0)), QString()))
+    OPERATION("setProductBoard", (m.setProductBoard(a.value(0)), QString()))
+    OPERATION("setProductDevice", (m.setProductDevice(a.value(0)), QString()))
+    OPERATION("setProductSerial", (m.setProductSerial(a.value(0)), QString()))
+    OPERATION("setProductType", (m.setProductType(a.value(0)), QString()))
+    OPERATION("setProductFingerPrint", (m.setProductFingerPrint(a.value(0)), QString()))
+    OPERATION("setProductTags", (m.setProductTags(a.value(0)), QString()))
+    OPERATION("productTags", text(m.getProductTags()))
+    OPERATION("data", text(m.getData(a.value(0), a.value(1))))
+    OPERATION("reload", (m.reloadProperties(), QString()))
+    OPERATION("adapter", adapters.value(m.getAdapterType(n(0))))
+    OPERATION("setAdapter",
+              yes(m.setAdapterType(n(0), M::AdapterType(adapters.indexOf(a.value(1))), a.value(2))))
+    const C connection = a.value(0) == "nat"       ? C::createNatConnectionInfo()
+                         : a.value(0) == "bridged" ? C::createBridgedConnectionInfo(a.value(1))
+                                                   : C::createUnknownConnectionInfo();
+    const C current = op == "connection" ? m.getConnectionInfo() : connection;
+    OPERATION("connection", connections.value(current.type()) + ' ' + text(current.name()))
+    OPERATION("setConnection", yes(m.setConnectionInfo(connection)))
+    OPERATION("waitForIP", text(m.waitForIP()))
+    OPERATION("resetIP", yes(m.resetIP()))
+    OPERATION("ip", text(m.getIPAddress()))
+    OPERATION("adbSerial", text(m.getAdbSerial()))
+    OPERATION("createFactoryBackup", yes(m.createFactoryBackup()))
+    OPERATION("canResetToFactory", yes(m.canResetToFactory()))
+    OPERATION("resetFactory", number(m.resetFactory()))
+    OPERATION("listSnapshots", static_cast<VBoxManageMachine &>(m).listSnapshots().join(", "))
+    OPERATION("diskUuid", text(m.getDiskUuid(DiskPort(n(0)), DiskDevice(n(1)))))
+    OPERATION("attachDisk", yes(m.attachDisk(a.value(0), DiskPort(n(1)), DiskDevice(n(2)))))
+    OPERATION("detachDisk", yes(m.deleteDisk(DiskPort(n(0)), DiskDevice(n(1)))))
+    const VMTemplate t{a.value(0), n(1),        QDateTime::fromString(a.value(2), Qt::ISODate),
+                       on(3),      on(4),       int(n(5)),
+                       int(n(6)),  n(7),        on(8),
+                       a.value(9), a.value(10), a.value(11),
+                       n(12),      n(13)};
+    OPERATION("template", (m.setPropertiesFromTemplate(&t), QString()))
+    const std::unique_ptr<M> source(
+        op == "copyProfileFrom" ? new VBoxManageMachine(a.value(0), a.value(1), "VBoxManage")
+                                : nullptr);
+    OPERATION("copyProfileFrom", (m.duplicateDeviceProperties(source.get()), QString()))
+    ADD_FAILURE() << "unknown operation " << op.toStdString();
+    return QString();
 }
+
+#undef OPERATION
 
 TEST_P(ScenarioTest, RunsAsTranscribed)
 {
