@@ -16,8 +16,6 @@
 class DevicesTest : public CoreTest
 {
 protected:
-    static constexpr const char *UserFolder = "/home/u/VirtualBox VMs";
-
     void SetUp() override
     {
         ASSERT_TRUE(m_root.isValid());
@@ -28,31 +26,6 @@ protected:
     }
 
     void TearDown() override { Settings::remove(QStringLiteral("vms.path")); }
-
-    // VirtualBox shows `current` as its machine folder and accepts every switch.
-    void scriptMachineFolder(const QString &current = QLatin1String(UserFolder))
-    {
-        m_standIn.onExact({"list", "systemproperties"},
-                          {Answer::ok("API version:                     5_2\n"
-                                      "Default machine folder:          " +
-                                      current + "\nVRDE auth library:               VBoxAuth\n")});
-        m_standIn.onPrefix({"setproperty", "machinefolder"}, {Answer::ok()});
-    }
-
-    // The calls that switch the machine folder to the deploy directory and back.
-    QStringList readFolder() const { return {"list", "systemproperties"}; }
-    QStringList switchToDeploy() const
-    {
-        return {"setproperty", "machinefolder", QDir::cleanPath(m_deployDir)};
-    }
-    QStringList switchBack(const QString &folder = QLatin1String(UserFolder)) const
-    {
-        return {"setproperty", "machinefolder", folder};
-    }
-    QStringList closeMedium(const QString &path) const
-    {
-        return {"closemedium", "disk", path, "--delete"};
-    }
 
     QString makeFile(const QString &relative, const QByteArray &content = "disk")
     {

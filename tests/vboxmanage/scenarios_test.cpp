@@ -9,7 +9,6 @@
 #include "vboxmanagecore.h"
 #include "vboxmanagemachine.h"
 
-#include <vmtools/paths.h>
 #include <vmtools/settings.h>
 #include <vmtools/vmtemplate.h>
 
@@ -135,8 +134,6 @@ protected:
     {
         return line.replace("{deploy}", m_root.path() + "/deployed")
             .replace("{root}", m_root.path())
-            .replace("{home}", QDir::homePath())
-            .replace("{product}", Paths::getQuillomatePath())
             .replace("{locks}", HostLock::folder())
             .replace("{plugins}", QCoreApplication::applicationDirPath() + "/plugins/");
     }
@@ -311,7 +308,6 @@ QString ScenarioTest::perform(const QString &op, const QStringList &a)
     OPERATION("startStopDevice", yes(engine().startStopDevice(&m)))
     OPERATION("createSDCard", number(core().createSDCard(&m, n(0))))
     OPERATION("name", text(m.getName()))
-    OPERATION("uuid", text(m.getUuid()))
     OPERATION("path", text(m.getPath()))
     OPERATION("status", M::getStatusString(m.getStatus()))
     OPERATION("loadStatus", M::getStatusString(m.getOnLoadStatus()))
