@@ -29,27 +29,24 @@ template<typename Value> QString found(bool ok, const Value &value)
     return ok ? quoted(QStringLiteral("%1").arg(value)) : QStringLiteral("-");
 }
 
-QStringList readDhcp(const QString &output)
+// A count, then each item as `show` writes it, a line each.
+template<typename Item, typename Show>
+QStringList listed(const char *what, const QList<Item> &items, Show show)
 {
-    const QList<VBoxOutputParser::DhcpServerRecord> servers =
-        VBoxOutputParser::parseDhcpServers(output);
-    QStringList lines{QStringLiteral("servers %1").arg(servers.size())};
-    for (const VBoxOutputParser::DhcpServerRecord &s : servers)
-        lines << QStringList{quoted(s.networkName),    s.enabled ? "enabled" : "disabled",
-                             quoted(s.ipAddress),      quoted(s.networkMask),
-                             quoted(s.lowerIpAddress), quoted(s.upperIpAddress)}
-                     .join(' ');
+    QStringList lines{QStringLiteral("%1 %2").arg(QLatin1String(what)).arg(items.size())};
+    for (const Item &item : items)
+        lines << show(item);
     return lines;
 }
 
-QStringList readHostOnly(const QString &output)
+QStringList readDhcp(const QString &output)
 {
-    const QList<VBoxOutputParser::HostOnlyRecord> interfaces =
-        VBoxOutputParser::parseHostOnlyInterfaces(output);
-    QStringList lines{QStringLiteral("interfaces %1").arg(interfaces.size())};
-    for (const VBoxOutputParser::HostOnlyRecord &i : interfaces)
-        lines << quoted(i.name) + ' ' + quoted(i.ipAddress) + ' ' + quoted(i.networkMask);
-    return lines;
+    return listed("servers", VBoxOutputParser::parseDhcpServers(output), [](const auto &s) {
+        return QStringList{quoted(s.networkName),    s.enabled ? "enabled" : "disabled",
+                           quoted(s.ipAddress),      quoted(s.networkMask),
+                           quoted(s.lowerIpAddress), quoted(s.upperIpAddress)}
+            .join(' ');
+    });
 }
 
 QStringList readDescription(const QString &text)
@@ -77,33 +74,17 @@ QStringList readDescription(const QString &text)
 
 QStringList readProperties(const QString &output)
 {
-    const QList<QPair<QString, QString>> properties =
-        VBoxOutputParser::parseGuestProperties(output);
-    QStringList lines{QStringLiteral("properties %1").arg(properties.size()),
-                      QStringLiteral("contains vbox_graph_mode %1")
-                          .arg(VBoxOutputParser::containsProperty(output, "vbox_graph_mode"))};
-    for (const QPair<QString, QString> &property : properties)
-        lines << quoted(property.first) + " = " + quoted(property.second);
+    QStringList lines =
+        listed("properties", VBoxOutputParser::parseGuestProperties(output),
+               [](const auto &p) { return quoted(p.first) + " = " + quoted(p.second); });
+    lines.insert(1, QStringLiteral("contains vbox_graph_mode %1")
+                        .arg(VBoxOutputParser::containsProperty(output, "vbox_graph_mode")));
     return lines;
 }
 
 QStringList readSnapshots(const QString &output)
 {
-    const QStringList names = VBoxOutputParser::parseSnapshotNames(output);
-    QStringList lines{QStringLiteral("snapshots %1").arg(names.size())};
-    for (const QString &name : names)
-        lines << quoted(name);
-    return lines;
-}
-
-QStringList readMachines(const QString &output)
-{
-    const QList<VBoxOutputParser::MachineEntry> machines =
-        VBoxOutputParser::parseMachineList(output);
-    QStringList lines{QStringLiteral("machines %1").arg(machines.size())};
-    for (const VBoxOutputParser::MachineEntry &machine : machines)
-        lines << quoted(machine.name) + ' ' + quoted(machine.uuid);
-    return lines;
+    return listed("snapshots", VBoxOutputParser::parseSnapshotNames(output), quoted);
 }
 
 QStringList readHostInfo(const QString &output)
@@ -140,9 +121,21 @@ struct Kind
 
 const Kind Kinds[] = {
     {"core-dhcpservers", readDhcp, true},
-    {"core-hostonlyifs", readHostOnly, true},
+    {"core-hostonlyifs",
+     [](const QString &output) {
+         return listed(
+             "interfaces", VBoxOutputParser::parseHostOnlyInterfaces(output), [](const auto &i) {
+                 return quoted(i.name) + ' ' + quoted(i.ipAddress) + ' ' + quoted(i.networkMask);
+             });
+     },
+     true},
     {"core-hostinfo", readHostInfo, true},
-    {"core-list-vms", readMachines, false},
+    {"core-list-vms",
+     [](const QString &output) {
+         return listed("machines", VBoxOutputParser::parseMachineList(output),
+                       [](const auto &m) { return quoted(m.name) + ' ' + quoted(m.uuid); });
+     },
+     false},
     {"core-systemproperties",
      [](const QString &output) {
          return QStringList{"machine folder " +
