@@ -55,6 +55,9 @@ TEST(SimulatorFormats, DhcpServersPerVersion)
     const QString newSpelling = "dhcpserver add --interface=vboxnet1 --server-ip=192.168.57.100 "
                                 "--netmask=255.255.255.0 --lower-ip=192.168.57.101 "
                                 "--upper-ip=192.168.57.254 --enable";
+    const QList<Expected> v61 = {
+        {"list dhcpservers", 0, v61Listing, OutHas},
+        {"dhcpserver remove --ifname vboxnet1", 1, errorLines({v61Missing}), ErrIs}};
     // 6.0 lists the 5.2 fields and the mask as global option; 6.1 rewrote the listing, the
     // option names (the old ones still work, the network may come first) and the messages.
     const QList<QPair<QString, QList<Expected>>> versions = {
@@ -69,20 +72,15 @@ TEST(SimulatorFormats, DhcpServersPerVersion)
           {"dhcpserver remove --ifname vboxnet1", 2, errorLines({"DHCP server does not exist"}),
            ErrIs}}},
         {"6.1",
-         {{"list dhcpservers", 0, v61Listing, OutHas},
-          {"dhcpserver --interface vboxnet1 remove", 1, errorLines({v61Missing}), ErrIs},
-          {newSpelling, 0},
-          {"list dhcpservers", 0, "\nGroups:               None\nIndividual Configs:   None\n\n",
-           OutHas}}},
-        {"7.0",
-         {{"list dhcpservers", 0, v61Listing, OutHas},
-          {"dhcpserver remove --ifname vboxnet1", 1, errorLines({v61Missing}), ErrIs}}},
-        {"7.1",
-         {{"list dhcpservers", 0, v61Listing, OutHas},
-          {"dhcpserver remove --ifname vboxnet1", 1, errorLines({v61Missing}), ErrIs}}},
-        {"7.2",
-         {{"list dhcpservers", 0, v61Listing, OutHas},
-          {"dhcpserver remove --ifname vboxnet1", 1, errorLines({v61Missing}), ErrIs}}}};
+         v61 +
+             QList<Expected>{
+                 {"dhcpserver --interface vboxnet1 remove", 1, errorLines({v61Missing}), ErrIs},
+                 {newSpelling, 0},
+                 {"list dhcpservers", 0,
+                  "\nGroups:               None\nIndividual Configs:   None\n\n", OutHas}}},
+        {"7.0", v61},
+        {"7.1", v61},
+        {"7.2", v61}};
     for (const auto &[version, runs] : versions) {
         SCOPED_TRACE(version.toStdString());
         SimHost host(version);
