@@ -6,6 +6,9 @@
 #include <vmtools/settings.h>
 #include <vmtools/vmtoolsengine.h>
 
+#include <QCoreApplication>
+#include <QFile>
+
 namespace {
 
 const QStringList HostInfo = {"list", "hostinfo"};
@@ -159,6 +162,29 @@ TEST(CoreStartupTest, FailedCreationDropsTheEngineAndEmptiesTheSetting)
         EXPECT_EQ(removesNewOne, c.state == 4);
         EXPECT_TRUE(log.contains(QtCriticalMsg, "[VBox] [createHostOnlyInterface] " + c.critical));
     }
+}
+
+// The desktop application and vmtools share the settings: an interface that another
+// process saved since this one last read them is the one the next start-up uses.
+TEST(CoreStartupTest, AnInterfaceSavedByAnotherProcessMeanwhileIsUsed)
+{
+    Settings::set(HostOnlyKey, QStringLiteral("vboxnet12"));
+    ASSERT_EQ(Settings::get(HostOnlyKey).toString(), "vboxnet12");
+    // Written from outside, as another process does; a name of another length shows in the
+    // files' sizes even when both writes fall in the same millisecond.
+    const QStringList files{Settings::getApplicationSettings()->fileName(),
+                            QCoreApplication::applicationDirPath() + "/quillomate.ini"};
+    for (const QString &path : files) {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write("[General]\nhost.only.interface=vboxnet0\n");
+    }
+    StandIn standIn;
+    scriptHost(standIn);
+    const Loaded loaded = load();
+    ASSERT_TRUE(loaded.engine);
+    EXPECT_EQ(loaded.engine->getAdapterName(), "vboxnet0");
+    EXPECT_FALSE(standIn.calls().contains(QStringList{"hostonlyif", "create"}));
 }
 
 TEST(CoreStartupTest, HostInfoIsTriedSixTimes)
