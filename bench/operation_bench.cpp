@@ -73,6 +73,16 @@ void measureOperation(benchmark::State &state, StandIn &standIn,
     state.counters["bare_ms"] = bareSeconds * 1e3 / iterations;
 }
 
+// VirtualBox's answer to a look-up of a machine that it does not know: only this code tells
+// the plug-in that a name is free.
+Answer notFound(const char *name)
+{
+    return Answer::fail(1, QStringLiteral("VBoxManage: error: Could not find a registered machine "
+                                          "named '%1'\nVBoxManage: error: Details: code "
+                                          "VBOX_E_OBJECT_NOT_FOUND (0x80bb0001)\n")
+                               .arg(QLatin1String(name)));
+}
+
 void scriptHostNetwork(StandIn &standIn)
 {
     standIn.onExact({"list", "hostinfo"}, {Answer::ok(Samples::recorded("core-hostinfo.txt"))});
@@ -152,7 +162,7 @@ void createMachine(benchmark::State &state)
         scriptHostNetwork(standIn);
         scriptMachineFolder(standIn);
         // Unknown to the existence check, found from then on.
-        standIn.onExact({"showvminfo", "phone"}, {Answer::fail(1), Answer::ok(description)});
+        standIn.onExact({"showvminfo", "phone"}, {notFound("phone"), Answer::ok(description)});
         for (const char *command :
              {"closemedium", "import", "storageattach", "createhd", "modifyvm", "guestproperty"})
             standIn.onPrefix({command}, {Answer::ok()});
@@ -179,7 +189,7 @@ void cloneMachine(benchmark::State &state)
         scriptMachineFolder(standIn);
         standIn.onExact(
             {"showvminfo", "copy"},
-            {Answer::fail(1),
+            {notFound("copy"),
              Answer::ok(
                  QString(description).replace(QLatin1String("phone"), QLatin1String("copy")))});
         standIn.onPrefix({"showvminfo"}, {Answer::ok(description)});

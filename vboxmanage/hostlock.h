@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <QLockFile>
 #include <QString>
-
-#include <memory>
 
 // A lock that the processes of one user hold while they change what their VirtualBox
 // shares between them (its default machine folder, the host-only interface), so that two
 // hosts of the plug-in, such as the desktop application and vmtools, never interleave
 // such changes. The lock files live in the per-user data folder; a process that dies
 // holding one releases it.
+//
+// The lock is the kernel's lock on the file, which ends with its holder. The file reads as
+// `QLockFile`'s do (process id, program, host, machine and boot), and its holder removes it
+// on release, so that a `QLockFile` on the same path (an older host, vmtools' doctor) and
+// this lock exclude each other. Unlike `QLockFile`, taking the lock does not wait for the
+// disk: the file tells nothing that a crash of the machine could leave to be trusted.
 class HostLock final
 {
 public:
@@ -30,13 +33,18 @@ public:
     // Takes the lock only if nobody holds it.
     bool tryAcquire();
     void release();
-    bool isHeld() const { return m_held; }
+    bool isHeld() const { return m_fd >= 0; }
 
     // The folder of the lock files, and of what a lock's holder notes beside its lock.
     static QString folder();
 
 private:
+    enum class Attempt { Held, Busy, Moved, Failed };
+
+    bool take(int waitMs);
+    Attempt attempt();
+
     QString m_path;
-    QLockFile m_file;
-    bool m_held = false;
+    int m_fd = -1;
+    int m_errno = 0;
 };

@@ -6,7 +6,8 @@
 #include <vmtools/vboxlog.h>
 
 #include <QFile>
-#include <QSaveFile>
+
+#include <cstdio>
 
 MachineFolderSwitch::MachineFolderSwitch(const VBoxManageCore &core)
     : m_core(core)
@@ -33,11 +34,21 @@ void MachineFolderSwitch::remember(const QString &userFolder)
 
 bool MachineFolderSwitch::note() const
 {
-    QSaveFile note(notePath());
-    if (note.open(QIODevice::WriteOnly) && note.write(m_userFolder.toUtf8()) >= 0 && note.commit())
-        return true;
+    // Written aside and renamed into place, so that nobody reads half a note. It is not
+    // synced to disk: it is for a process that ends half-way, whose written files stay.
+    const QString path = notePath();
+    const QString pending = path + QStringLiteral(".new");
+    QFile file(pending);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+        file.write(m_userFolder.toUtf8()) >= 0 && file.flush()) {
+        file.close();
+        if (std::rename(QFile::encodeName(pending).constData(),
+                        QFile::encodeName(path).constData()) == 0)
+            return true;
+    }
+    QFile::remove(pending);
     VBoxLog::warning() << "[machineFolder]"
-                       << "Can't note the user's machine folder in" << notePath();
+                       << "Can't note the user's machine folder in" << path;
     return false;
 }
 

@@ -38,10 +38,10 @@ bool isSameOrAncestor(const QString &folder, const QString &other)
     return other.startsWith(prefix);
 }
 
-// Whether `folder` is `other` or one of its parents.
-bool containsFolder(const QString &folder, const QString &other)
+// Whether the folder of `folderForms` (its absoluteForms()) is `other` or one of its parents.
+bool containsFolder(const QStringList &folderForms, const QString &other)
 {
-    for (const QString &folderForm : absoluteForms(folder)) {
+    for (const QString &folderForm : folderForms) {
         for (const QString &otherForm : absoluteForms(other)) {
             if (isSameOrAncestor(folderForm, otherForm))
                 return true;
@@ -86,8 +86,9 @@ bool VBoxManageCore::isProtectedFolder(const QString &path) const
         return true;
     const QStringList guarded{QDir::rootPath(), QDir::homePath(), Paths::getQuillomatePath(),
                               deployDirectory()};
+    const QStringList forms = absoluteForms(path);
     for (const QString &folder : guarded) {
-        if (containsFolder(path, folder))
+        if (containsFolder(forms, folder))
             return true;
     }
     return false;
@@ -236,8 +237,8 @@ bool VBoxManageCore::deleteMachine(VMToolsMachine *machine)
     // The folder is the one VirtualBox reports. It is checked before anything changes, so that
     // a device whose folder cannot be told, or whose folder holds VirtualBox's own machine
     // folder (which may read "default", naming no folder), is never half deleted.
-    const bool holdsMachineFolder =
-        QDir::isAbsolutePath(previousFolder) && containsFolder(machineFolder, previousFolder);
+    const bool holdsMachineFolder = QDir::isAbsolutePath(previousFolder) &&
+                                    containsFolder(absoluteForms(machineFolder), previousFolder);
     if (isProtectedFolder(machineFolder) || holdsMachineFolder) {
         VBoxLog::critical() << "[deleteMachine]"
                             << "Refusing to delete folder" << machineFolder << "of device" << name;

@@ -66,10 +66,12 @@ QVariant get(const QString &key, const QVariant &defaultValue)
 {
     const QList<QSharedPointer<QSettings>> layers = controller().layersFor(key);
     QVariant found;
+    int synced = 0;
     for (const auto &layer : layers) {
         // The desktop application and vmtools share these files: take in what the other
-        // wrote since.
+        // wrote since (QSettings reads a file again only when its size or time changed).
         layer->sync();
+        ++synced;
         const QVariant value = layer->value(key);
         if (holdsValue(value)) {
             found = value;
@@ -77,12 +79,16 @@ QVariant get(const QString &key, const QVariant &defaultValue)
         }
     }
     // Write-back: a value preset by the installer migrates into the user's store. A layer
-    // that already holds the value is left as it is, so that steady reads do not rewrite
-    // (and sync to disk) both files every time; it is still flushed.
+    // that already holds the value is left as it is, so that steady reads neither rewrite
+    // nor sync again a file that was just taken in.
     if (layers.size() >= 2) {
-        for (const auto &layer : layers) {
-            if (!layer->contains(key) || layer->value(key) != found)
-                layer->setValue(key, found);
+        for (int i = 0; i < layers.size(); ++i) {
+            const QSharedPointer<QSettings> &layer = layers.at(i);
+            if (i >= synced)
+                layer->sync();
+            if (layer->contains(key) && layer->value(key) == found)
+                continue;
+            layer->setValue(key, found);
             layer->sync();
         }
     }
