@@ -85,7 +85,10 @@ void command(benchmark::State &state, const std::string &label, const QStringLis
             outcome = CommandRuns::run(vmtools(), line);
         commandFirst = !commandFirst;
         if (outcome.exitCode != 0 || baseline.exitCode != 0) {
-            state.SkipWithError("the command or VBoxManage list vms failed");
+            const QString why = outcome.exitCode != 0
+                                    ? outcome.error.trimmed().split('\n').last()
+                                    : QStringLiteral("VBoxManage list vms failed");
+            state.SkipWithError(qPrintable(why));
             return;
         }
         state.SetIterationTime(outcome.seconds);

@@ -63,8 +63,8 @@ Outcome run(const QString &program, const QStringList &arguments)
     outcome.seconds = clock.nsecsElapsed() / 1e9;
     outcome.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     outcome.output = QString::fromLocal8Bit(process.readAllStandardOutput());
-    const QString error = QString::fromLocal8Bit(process.readAllStandardError());
-    auto it = call.globalMatch(error);
+    outcome.error = QString::fromLocal8Bit(process.readAllStandardError());
+    auto it = call.globalMatch(outcome.error);
     while (it.hasNext()) {
         it.next();
         ++outcome.calls;

@@ -15,6 +15,7 @@ struct Outcome
     // VBoxManage runs the command made: its "Call:" lines under -v.
     int calls = 0;
     QString output;
+    QString error;
 };
 
 // Runs `program` with `arguments` to its end and times it from start to exit.

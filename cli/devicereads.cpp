@@ -2,6 +2,7 @@
 #include "devicereads.h"
 
 #include "diagnostics.h"
+#include "longlisting.h"
 
 #include <vmtools/callmemo.h>
 #include <vmtools/vboxmanagecommon.h>
@@ -68,6 +69,22 @@ void readAheadStartUp(CallMemo &memo, bool version)
     if (version)
         reads.append({QStringLiteral("--version")});
     readAll(memo, reads, true);
+}
+
+void readListing(CallMemo &memo)
+{
+    const QStringList listing{QStringLiteral("list"), QStringLiteral("vms")};
+    VBoxManageCommon::CallResult described;
+    forEach(2, memo, [&](int index) {
+        if (index == 0 && !memo.isKnown(Program, listing))
+            VBoxManageCommon::call(Program, listing, VBoxManageCommon::WaitForever);
+        else if (index == 1)
+            described = VBoxManageCommon::call(
+                Program, {QStringLiteral("list"), QStringLiteral("--long"), QStringLiteral("vms")},
+                VBoxManageCommon::WaitForever);
+    });
+    if (described.exitCode == 0)
+        LongListing::keepAnswers(memo, Program, described.output);
 }
 
 void forEach(int count, CallMemo &memo, const std::function<void(int)> &work)

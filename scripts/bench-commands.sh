@@ -23,7 +23,7 @@ standin | real | both) ;;
     exit 2
     ;;
 esac
-export VMTOOLS_BENCH_ROUNDS=${ROUNDS:-5}
+export VMTOOLS_BENCH_ROUNDS=${ROUNDS:-${VMTOOLS_BENCH_ROUNDS:-5}}
 
 if [[ ${BENCH_INSIDE:-0} != 1 ]]; then
     "$root/scripts/install-deps.sh" bench
