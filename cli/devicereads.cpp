@@ -52,11 +52,18 @@ void readAhead(CallMemo &memo, const QString &name, Depth depth)
                 false);
         return;
     }
-    QList<QStringList> reads{
-        {QStringLiteral("showvminfo"), name},
-        {QStringLiteral("guestproperty"), QStringLiteral("enumerate"), name},
-    };
-    readAll(memo, reads, true);
+    // One after the other: VirtualBox 7.2 refuses a read that locks the machine while another
+    // client's read holds it ("already has a lock request pending"), and showvminfo and
+    // guestproperty both lock it there. A machine that no process runs needs the second one
+    // not at all: its settings file holds its guest properties.
+    const CallMemo::Scope scope(memo);
+    const VBoxManageCommon::CallResult described = VBoxManageCommon::call(
+        Program, {QStringLiteral("showvminfo"), name}, VBoxManageCommon::WaitForever);
+    const QList<LongListing::Block> blocks = LongListing::blocks(described.output);
+    if (described.exitCode == 0 && blocks.size() == 1 &&
+        LongListing::keepProperties(memo, Program, name, blocks.first()))
+        return;
+    readAll(memo, {{QStringLiteral("guestproperty"), QStringLiteral("enumerate"), name}}, false);
 }
 
 void readAheadStartUp(CallMemo &memo, bool version)

@@ -21,11 +21,12 @@ namespace DeviceReads {
 // and more than a few only queue for the processors.
 constexpr int Width = 4;
 
-// What the engine reads of a device when it opens one: its description and its guest
-// properties, side by side. With Dump, only what a device's dump reads besides, one read
-// after the other (the caller reads several devices at once). Nothing else of one machine
-// runs beside them: VirtualBox 7.2 refuses a "guestproperty get" while another client reads
-// the same machine ("already has a lock request pending").
+// What the engine reads of a device when it opens one: its description, then its guest
+// properties, which for a machine that no process runs come from its settings file (with its
+// published address among them). With Dump, only what a device's dump reads besides, one read
+// after the other (the caller reads several devices at once). No two reads of one machine run
+// side by side: VirtualBox 7.2 refuses a read that locks a machine while another client's
+// read holds it ("already has a lock request pending").
 enum class Depth { Open, Dump };
 void readAhead(CallMemo &memo, const QString &name, Depth depth);
 

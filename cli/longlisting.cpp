@@ -10,6 +10,9 @@
 
 namespace {
 
+// Where the guest publishes its address (the plug-in reads it with "guestproperty get").
+const QString AddressProperty = QStringLiteral("tovalyn_ip_management");
+
 QString field(const QStringList &lines, const QRegularExpression &pattern)
 {
     for (const QString &line : lines) {
@@ -75,17 +78,31 @@ bool isSettled(const Block &block)
            block.state.startsWith(QLatin1String("aborted"));
 }
 
+bool keepProperties(CallMemo &memo, const QString &program, const QString &id, const Block &block)
+{
+    if (!isSettled(block) || block.encrypted || block.configFile.isEmpty())
+        return false;
+    QList<MachineSettingsFile::GuestProperty> properties;
+    if (!MachineSettingsFile::guestProperties(block.configFile, block.uuid, &properties))
+        return false;
+    const QString guestProperty = QStringLiteral("guestproperty");
+    memo.keep(program, {guestProperty, QStringLiteral("enumerate"), id},
+              {0, MachineSettingsFile::enumerateText(properties), QString()});
+    QString address = QStringLiteral("No value set!\n");
+    for (const MachineSettingsFile::GuestProperty &property : properties) {
+        if (property.name == AddressProperty)
+            address = QStringLiteral("Value: %1\n").arg(property.value);
+    }
+    memo.keep(program, {guestProperty, QStringLiteral("get"), id, AddressProperty},
+              {0, address, QString()});
+    return true;
+}
+
 void keepAnswers(CallMemo &memo, const QString &program, const QString &output)
 {
     for (const Block &b : blocks(output)) {
-        if (!isSettled(b) || b.encrypted || b.configFile.isEmpty())
-            continue;
-        QList<MachineSettingsFile::GuestProperty> properties;
-        if (!MachineSettingsFile::guestProperties(b.configFile, b.uuid, &properties))
-            continue;
-        memo.keep(program, {QStringLiteral("showvminfo"), b.uuid}, {0, b.text, QString()});
-        memo.keep(program, {QStringLiteral("guestproperty"), QStringLiteral("enumerate"), b.uuid},
-                  {0, MachineSettingsFile::enumerateText(properties), QString()});
+        if (keepProperties(memo, program, b.uuid, b))
+            memo.keep(program, {QStringLiteral("showvminfo"), b.uuid}, {0, b.text, QString()});
     }
 }
 
