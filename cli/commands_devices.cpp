@@ -89,6 +89,7 @@ int list(CommandContext &c)
     DeviceReads::Devices machines;
     QHash<VMToolsMachine *, QJsonObject> read;
     QMutex readLock;
+    DeviceReads::readListing(memo);
     const bool listed = DeviceReads::openDevices(
         *c.engine(), memo, [&c] { return c.isInterrupted(); },
         [&](VMToolsMachine &machine) {

@@ -257,6 +257,10 @@ int network(CommandContext &c)
                            .arg(mode));
     if (mode != QLatin1String("bridged") && c.arguments().size() > 2)
         return c.usage(QStringLiteral("too many arguments"));
+    // The adapters, their state and the device check all read the same description.
+    CallMemo memo;
+    const CallMemo::Scope reads(memo);
+    DeviceReads::readAhead(memo, c.argument(0), DeviceReads::Depth::Open);
     int code = ExitCode::Success;
     const auto machine = c.machine(c.argument(0), &code);
     if (!machine)

@@ -2,6 +2,7 @@
 #include "devicereads.h"
 
 #include "diagnostics.h"
+#include "longlisting.h"
 
 #include <vmtools/callmemo.h>
 #include <vmtools/vboxmanagecommon.h>
@@ -51,11 +52,18 @@ void readAhead(CallMemo &memo, const QString &name, Depth depth)
                 false);
         return;
     }
-    QList<QStringList> reads{
-        {QStringLiteral("showvminfo"), name},
-        {QStringLiteral("guestproperty"), QStringLiteral("enumerate"), name},
-    };
-    readAll(memo, reads, true);
+    // One after the other: VirtualBox 7.2 refuses a read that locks the machine while another
+    // client's read holds it ("already has a lock request pending"), and showvminfo and
+    // guestproperty both lock it there. A machine that no process runs needs the second one
+    // not at all: its settings file holds its guest properties.
+    const CallMemo::Scope scope(memo);
+    const VBoxManageCommon::CallResult described = VBoxManageCommon::call(
+        Program, {QStringLiteral("showvminfo"), name}, VBoxManageCommon::WaitForever);
+    const QList<LongListing::Block> blocks = LongListing::blocks(described.output);
+    if (described.exitCode == 0 && blocks.size() == 1 &&
+        LongListing::keepProperties(memo, Program, name, blocks.first()))
+        return;
+    readAll(memo, {{QStringLiteral("guestproperty"), QStringLiteral("enumerate"), name}}, false);
 }
 
 void readAheadStartUp(CallMemo &memo, bool version)
@@ -68,6 +76,22 @@ void readAheadStartUp(CallMemo &memo, bool version)
     if (version)
         reads.append({QStringLiteral("--version")});
     readAll(memo, reads, true);
+}
+
+void readListing(CallMemo &memo)
+{
+    const QStringList listing{QStringLiteral("list"), QStringLiteral("vms")};
+    VBoxManageCommon::CallResult described;
+    forEach(2, memo, [&](int index) {
+        if (index == 0 && !memo.isKnown(Program, listing))
+            VBoxManageCommon::call(Program, listing, VBoxManageCommon::WaitForever);
+        else if (index == 1)
+            described = VBoxManageCommon::call(
+                Program, {QStringLiteral("list"), QStringLiteral("--long"), QStringLiteral("vms")},
+                VBoxManageCommon::WaitForever);
+    });
+    if (described.exitCode == 0)
+        LongListing::keepAnswers(memo, Program, described.output);
 }
 
 void forEach(int count, CallMemo &memo, const std::function<void(int)> &work)

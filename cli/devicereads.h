@@ -21,16 +21,23 @@ namespace DeviceReads {
 // and more than a few only queue for the processors.
 constexpr int Width = 4;
 
-// What the engine reads of a device when it opens one: its description and its guest
-// properties, side by side. With Dump, only what a device's dump reads besides, one read
-// after the other (the caller reads several devices at once). Nothing else of one machine
-// runs beside them: VirtualBox 7.2 refuses a "guestproperty get" while another client reads
-// the same machine ("already has a lock request pending").
+// What the engine reads of a device when it opens one: its description, then its guest
+// properties, which for a machine that no process runs come from its settings file (with its
+// published address among them). With Dump, only what a device's dump reads besides, one read
+// after the other (the caller reads several devices at once). No two reads of one machine run
+// side by side: VirtualBox 7.2 refuses a read that locks a machine while another client's
+// read holds it ("already has a lock request pending").
 enum class Depth { Open, Dump };
 void readAhead(CallMemo &memo, const QString &name, Depth depth);
 
 // What the engine's start-up reads of the host, and with `version` VirtualBox's version.
 void readAheadStartUp(CallMemo &memo, bool version);
+
+// The machine listing, and beside it every machine's description in one run ("list --long
+// vms"). A machine that no process runs needs no read of its own then: its description is
+// kept as the answer to its "showvminfo", and the guest properties in its settings file as
+// the answer to its "guestproperty enumerate".
+void readListing(CallMemo &memo);
 
 // Calls work(0) to work(count - 1) on up to Width threads, each bound to `memo`, and
 // returns once every call has returned; one call failing never keeps the others from

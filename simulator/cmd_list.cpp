@@ -15,6 +15,15 @@ QString machineList(const HostState &host, bool runningOnly)
     return text;
 }
 
+// Each machine's showvminfo block, one after the other as VBoxManage prints them.
+QString longMachineList(Context &context)
+{
+    QStringList blocks;
+    for (const Machine &m : context.host.machines)
+        blocks.append(context.format->showVmInfo(context.host, m));
+    return blocks.join(QString());
+}
+
 QString hardDisks(Context &context)
 {
     QStringList blocks;
@@ -47,7 +56,9 @@ int listCommand(Context &context, const QStringList &args)
     const QString what = options.positional().first();
     const Format &f = *context.format;
     QString text;
-    if (what == QLatin1String("vms"))
+    if (what == QLatin1String("vms") && (options.has("--long") || options.has("-l")))
+        text = longMachineList(context);
+    else if (what == QLatin1String("vms"))
         text = machineList(context.host, false);
     else if (what == QLatin1String("runningvms"))
         text = machineList(context.host, true);

@@ -101,6 +101,15 @@ void CallMemo::remember(const QString &program, const QStringList &arguments, bo
         memo->m_answers.insert(memo->key(program, arguments), result);
 }
 
+void CallMemo::keep(const QString &program, const QStringList &arguments,
+                    const VBoxManageCommon::CallResult &result)
+{
+    if (!isRead(arguments))
+        return;
+    QMutexLocker locker(&m_mutex);
+    m_answers.insert(key(program, arguments), result);
+}
+
 bool CallMemo::isKnown(const QString &program, const QStringList &arguments) const
 {
     QMutexLocker locker(&m_mutex);

@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QThread>
 
 #include <csignal>
@@ -27,6 +28,19 @@ bool waitForCall(const StandIn &standIn, const QString &word, int timeoutMs)
         QThread::msleep(50);
     }
     return false;
+}
+
+// Processes started with `folder` first on PATH, as vmtools' VBoxManage runs are.
+int runningFrom(const QString &folder)
+{
+    const QByteArray path = "PATH=" + folder.toUtf8() + ':';
+    int count = 0;
+    for (const QString &pid : QDir(QStringLiteral("/proc")).entryList({"[0-9]*"}, QDir::Dirs)) {
+        QFile environ(QStringLiteral("/proc/%1/environ").arg(pid));
+        if (environ.open(QIODevice::ReadOnly) && environ.readAll().contains(path))
+            ++count;
+    }
+    return count;
 }
 
 } // namespace
@@ -94,6 +108,21 @@ TEST(CliInterruptTest, InterruptsOutsideAnExportLetTheCallFinishAndMachineFolder
          130,
          {interrupted, "vmtools: interrupted"}},
         {"SIGTERM", {"info", "--json"}, "list", SIGTERM, 1, 143, {interrupted}},
+        // Machines read side by side: every read ends, nothing of the listing is printed.
+        {"Ctrl-C during side-by-side reads",
+         {"list", "--json"},
+         "guestproperty",
+         SIGINT,
+         1,
+         130,
+         {interrupted, "vmtools: interrupted"}},
+        {"Ctrl-C during side-by-side reads, as text",
+         {"list"},
+         "guestproperty",
+         SIGINT,
+         1,
+         130,
+         {interrupted, "vmtools: interrupted"}},
         // A second Ctrl-C while the import runs in our deploy folder must not leave
         // VirtualBox's machine folder there.
         {"Ctrl-C twice during create",
@@ -118,6 +147,13 @@ TEST(CliInterruptTest, InterruptsOutsideAnExportLetTheCallFinishAndMachineFolder
                                     "Default machine folder:          " +
                                     userFolder + "\n")});
         standIn.onPrefix({"import"}, {Answer::ok().withDelay(3000)});
+        standIn.onPrefix({"guestproperty", "enumerate"},
+                         {Answer::ok("Name: vbox_graph_mode, value: 800x600-32, timestamp: 1, "
+                                     "flags: \n")
+                              .withDelay(2000)});
+        standIn.onExact({"list", "vms"},
+                        {Answer::ok("\"phone\" {0b6c7f21-7d4c-4d2b-9a55-3e0f3f6e8a11}\n"
+                                    "\"tablet\" {e1a5e766-27cc-4b13-8c81-b69a5aa5dac7}\n")});
         scriptNoMachine(standIn, "watch");
         scriptUsualHost(standIn);
         VmtoolsHost host;
@@ -126,6 +162,9 @@ TEST(CliInterruptTest, InterruptsOutsideAnExportLetTheCallFinishAndMachineFolder
 
         const auto vmtools = host.start(arguments);
         ASSERT_TRUE(waitForCall(standIn, row.slowCall, 20000));
+        if (row.slowCall == "guestproperty") { // the reads run, and are seen to
+            EXPECT_GT(runningFrom(standIn.binDir()), 0);
+        }
         for (int i = 0; i < row.signalCount; ++i) {
             QThread::msleep(300); // two signals sent together would merge into one
             ASSERT_GT(vmtools->processId(), 0);
@@ -138,7 +177,18 @@ TEST(CliInterruptTest, InterruptsOutsideAnExportLetTheCallFinishAndMachineFolder
             QString::fromUtf8(vmtools->readAllStandardError()).split('\n', Qt::SkipEmptyParts);
         for (const QString &line : row.errLines)
             EXPECT_TRUE(err.contains(line)) << err.join('\n').toStdString();
-        if (row.slowCall == "list") {
+        // Every VBoxManage that vmtools started has ended with it.
+        EXPECT_EQ(runningFrom(standIn.binDir()), 0);
+        if (row.slowCall == "guestproperty") {
+            const QByteArray out = vmtools->readAllStandardOutput();
+            const QJsonObject json = QJsonDocument::fromJson(out).object();
+            if (row.arguments.contains("--json"))
+                EXPECT_EQ(json.value("exitCode"), QJsonValue(130)) << out.toStdString();
+            else
+                EXPECT_EQ(out, QByteArray());
+            EXPECT_FALSE(json.contains("devices"));
+            EXPECT_EQ(callsWith(standIn, {"guestproperty", "enumerate"}).size(), 2);
+        } else if (row.slowCall == "list") {
             EXPECT_EQ(err.constLast(), "vmtools: interrupted");
             const QJsonObject json =
                 QJsonDocument::fromJson(vmtools->readAllStandardOutput()).object();

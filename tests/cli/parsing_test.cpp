@@ -6,6 +6,8 @@
 #include "commands.h"
 #include "guestlimits.h"
 #include "logging.h"
+#include "longlisting.h"
+#include "machinesettingsfile.h"
 #include "output.h"
 #include "profilekeys.h"
 #include "progress.h"
@@ -20,6 +22,7 @@
 #include <vmtools/version.h>
 
 #include <QFile>
+#include <QTemporaryFile>
 
 using Action = ParsedCommandLine::Action;
 
@@ -230,6 +233,47 @@ TEST(CausesTest, RecordedFailuresOfARealVirtualBoxGetTheirCause)
                                     QString::fromLatin1(row.command)};
         EXPECT_EQ(Causes::plain(run), QString::fromUtf8(row.cause)) << row.recording;
     }
+}
+
+// What a real VirtualBox 7.2 printed for "list --long vms" (its first two machines; the second
+// has a shared folder and a snapshot, whose lines also begin with "Name:") and the second one's
+// settings file, whose snapshot keeps properties of its own.
+TEST(LongListingTest, EachBlockIsOneMachinesDescriptionAndItsFileGivesOnlyItsOwnProperties)
+{
+    QFile file(QStringLiteral(VMTOOLS_SOURCE_DIR "/tests/data/7.2/list-long-vms.txt"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString listing = QString::fromUtf8(file.readAll());
+    const QList<LongListing::Block> blocks = LongListing::blocks(listing);
+    ASSERT_EQ(blocks.size(), 2);
+    EXPECT_EQ(blocks[0].text + blocks[1].text, listing);
+    EXPECT_TRUE(blocks[1].text.startsWith("Name:                        probe2\n"));
+    EXPECT_TRUE(blocks[1].text.endsWith("Configured memory balloon:   0MB\n\n"));
+    EXPECT_EQ(blocks[1].uuid, "3a28de1b-2a20-4a20-bbdd-245bb80ab3cc");
+    EXPECT_EQ(blocks[1].configFile, "/tmp/speedhome/VirtualBox VMs/probe2/probe2.vbox");
+    EXPECT_TRUE(LongListing::isSettled(blocks[1]));
+    EXPECT_FALSE(blocks[1].encrypted);
+    EXPECT_TRUE(
+        LongListing::blocks("\"probe1\" {93da47d7-c71d-4a87-a5b1-b94ea848688a}\n").isEmpty());
+
+    const QString settings = VMTOOLS_SOURCE_DIR "/tests/data/7.2/machine-settings.vbox";
+    QList<MachineSettingsFile::GuestProperty> properties;
+    ASSERT_TRUE(MachineSettingsFile::guestProperties(settings, blocks[1].uuid, &properties));
+    EXPECT_EQ(MachineSettingsFile::enumerateText(properties),
+              "Name: after_snapshot, value: it's, value: x, timestamp: 1795650442321237000, "
+              "flags: \n"
+              "Name: vbox_graph_mode, value: 720x1280-16, timestamp: 1795649505237280000, "
+              "flags: \n");
+    // Another machine's file, a file cut short, no file: no answer.
+    EXPECT_FALSE(MachineSettingsFile::guestProperties(settings, blocks[0].uuid, &properties));
+    QFile whole(settings);
+    ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
+    QTemporaryFile cut;
+    ASSERT_TRUE(cut.open());
+    cut.write(whole.readAll().left(2200));
+    cut.close();
+    EXPECT_FALSE(MachineSettingsFile::guestProperties(cut.fileName(), blocks[1].uuid, &properties));
+    EXPECT_FALSE(
+        MachineSettingsFile::guestProperties(settings + ".gone", blocks[1].uuid, &properties));
 }
 
 // A device may have exactly what the host has, and no more; VirtualBox's own minimum holds.

@@ -36,6 +36,10 @@ public:
 
     // `name` names the machine `uuid` and no other one: a read by either answers for both.
     void sameMachine(const QString &name, const QString &uuid);
+    // Keeps `result` as the answer to a read of `program` with `arguments`, as if that run
+    // had given it: for answers that another read of the same command already contains.
+    void keep(const QString &program, const QStringList &arguments,
+              const VBoxManageCommon::CallResult &result);
     // Whether a run of `program` with `arguments` has a kept answer.
     bool isKnown(const QString &program, const QStringList &arguments) const;
     // How many answers were given again instead of a run.

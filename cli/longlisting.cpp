@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "longlisting.h"
+
+#include "machinesettingsfile.h"
+
+#include <vmtools/callmemo.h>
+
+#include <QRegularExpression>
+#include <QStringList>
+
+namespace {
+
+// Where the guest publishes its address (the plug-in reads it with "guestproperty get").
+const QString AddressProperty = QStringLiteral("tovalyn_ip_management");
+
+QString field(const QStringList &lines, const QRegularExpression &pattern)
+{
+    for (const QString &line : lines) {
+        const QRegularExpressionMatch match = pattern.match(line);
+        if (match.hasMatch())
+            return match.captured(1).trimmed();
+    }
+    return QString();
+}
+
+LongListing::Block block(const QString &text, const QString &uuid)
+{
+    static const QRegularExpression state(QStringLiteral("^State:\\s+(.*)$"));
+    static const QRegularExpression config(QStringLiteral("^Config file:\\s+(.*)$"));
+    static const QRegularExpression encryption(QStringLiteral("^Encryption:\\s+(.*)$"));
+    const QStringList lines = text.split(QLatin1Char('\n'));
+    LongListing::Block b;
+    b.uuid = uuid;
+    b.state = field(lines, state);
+    b.configFile = field(lines, config);
+    b.encrypted = field(lines, encryption) == QLatin1String("enabled");
+    b.text = text;
+    return b;
+}
+
+} // namespace
+
+namespace LongListing {
+
+QList<Block> blocks(const QString &output)
+{
+    // A block is what showvminfo prints: it opens with the machine's "Name:" line, the last
+    // before its "UUID:" line ("Name:" lines after that one, of shared folders, belong to
+    // it), and runs to the next block's.
+    static const QRegularExpression line(
+        QStringLiteral("^(?:(Name:\\s)|UUID:\\s+([0-9a-fA-F-]{36})\\s*$)"),
+        QRegularExpression::MultilineOption);
+    QList<int> starts;
+    QStringList uuids;
+    int opening = -1;
+    QRegularExpressionMatchIterator it = line.globalMatch(output);
+    while (it.hasNext()) {
+        const QRegularExpressionMatch match = it.next();
+        if (match.capturedLength(1) > 0) {
+            opening = match.capturedStart();
+        } else if (opening >= 0) {
+            starts.append(opening);
+            uuids.append(match.captured(2));
+            opening = -1;
+        }
+    }
+    QList<Block> found;
+    for (int i = 0; i < starts.size(); ++i) {
+        const int end = i + 1 < starts.size() ? starts.at(i + 1) : output.size();
+        found.append(block(output.mid(starts.at(i), end - starts.at(i)), uuids.at(i)));
+    }
+    return found;
+}
+
+bool isSettled(const Block &block)
+{
+    return block.state.startsWith(QLatin1String("powered off")) ||
+           block.state.startsWith(QLatin1String("aborted"));
+}
+
+bool keepProperties(CallMemo &memo, const QString &program, const QString &id, const Block &block)
+{
+    if (!isSettled(block) || block.encrypted || block.configFile.isEmpty())
+        return false;
+    QList<MachineSettingsFile::GuestProperty> properties;
+    if (!MachineSettingsFile::guestProperties(block.configFile, block.uuid, &properties))
+        return false;
+    const QString guestProperty = QStringLiteral("guestproperty");
+    memo.keep(program, {guestProperty, QStringLiteral("enumerate"), id},
+              {0, MachineSettingsFile::enumerateText(properties), QString()});
+    QString address = QStringLiteral("No value set!\n");
+    for (const MachineSettingsFile::GuestProperty &property : properties) {
+        if (property.name == AddressProperty)
+            address = QStringLiteral("Value: %1\n").arg(property.value);
+    }
+    memo.keep(program, {guestProperty, QStringLiteral("get"), id, AddressProperty},
+              {0, address, QString()});
+    return true;
+}
+
+void keepAnswers(CallMemo &memo, const QString &program, const QString &output)
+{
+    for (const Block &b : blocks(output)) {
+        if (keepProperties(memo, program, b.uuid, b))
+            memo.keep(program, {QStringLiteral("showvminfo"), b.uuid}, {0, b.text, QString()});
+    }
+}
+
+} // namespace LongListing

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <QList>
+#include <QString>
+
+class CallMemo;
+
+// "VBoxManage list --long vms": in one run, each machine's description as "showvminfo" prints
+// it, one block after the other.
+namespace LongListing {
+
+struct Block
+{
+    QString uuid;
+    QString state;
+    QString configFile;
+    bool encrypted = false;
+    QString text; // as "showvminfo UUID" prints it
+};
+
+// The listing's blocks in its order; an output that is not such a listing gives none.
+QList<Block> blocks(const QString &output);
+
+// Whether no process runs the machine: then its block is all that "showvminfo" says, and its
+// settings file holds its guest properties.
+bool isSettled(const Block &block);
+
+// When no process runs the machine that `block` describes: keeps in `memo`, as the answers to
+// reads of `program` about `id` (its name or UUID), the guest properties in its settings file:
+// all of them ("guestproperty enumerate") and its published address ("guestproperty get").
+// False when it could not.
+bool keepProperties(CallMemo &memo, const QString &program, const QString &id, const Block &block);
+
+// Keeps in `memo`, as the answers to reads of `program`, the description of each machine
+// that no process runs and the guest properties in its settings file. Machines it cannot
+// answer for are read as before.
+void keepAnswers(CallMemo &memo, const QString &program, const QString &output);
+
+} // namespace LongListing
