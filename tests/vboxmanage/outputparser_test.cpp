@@ -303,6 +303,11 @@ TEST(OutputParserTest, LaterLayoutsReadAsThe52Recordings)
                   VBoxOutputParser::parseSnapshotNames(snapshots));
         EXPECT_EQ(VBoxOutputParser::parseVersion(printed("version.txt")), row.versionLine);
     }
+    // An appliance of two systems: only the first one's disks are the device's.
+    EXPECT_EQ(VBoxOutputParser::parseImportDiskUnits(
+                  recorded("import-dry-run.txt") +
+                  "\nVirtual system 1:\n 4: Hard disk image: source image=x.vmdk\n"),
+              (QList<int>{10, 11, 12}));
 }
 
 TEST(OutputParserTest, LaterLayoutEdges)
