@@ -11,11 +11,11 @@
 #include "output.h"
 #include "profilekeys.h"
 #include "progress.h"
-#include "resultwords.h"
 #include "suggestions.h"
 #include "versionreport.h"
 
 #include "printers.h"
+#include "vmtoolshost.h"
 
 #include <gtest/gtest.h>
 
@@ -48,18 +48,6 @@ TEST(CommandLineTest, GlobalOptionsGoAnywhereAndValuesAreNotCommands)
     EXPECT_EQ(CommandLine::parse({"vmtools", "--version"}).action, Action::Version);
 }
 
-TEST(CommandLineTest, BadCommandLinesSayWhy)
-{
-    const auto error = [](const QStringList &arguments) {
-        const ParsedCommandLine parsed = CommandLine::parse(arguments);
-        EXPECT_EQ(parsed.action, Action::UsageError) << arguments.join(' ').toStdString();
-        return parsed.error;
-    };
-    // Missing arguments and a missing command are run in the usage test.
-    EXPECT_EQ(error({"vmtools", "start", "a", "b"}), "too many arguments");
-    EXPECT_EQ(error({"vmtools", "start", "a", "--headless"}), "Unknown option 'headless'.");
-}
-
 TEST(ProfileValuesTest, FlagsResolutionsAndCountsAtTheirEdges)
 {
     bool flag = false;
@@ -87,23 +75,6 @@ TEST(ProfileValuesTest, FlagsResolutionsAndCountsAtTheirEdges)
     for (const char *bad : {"0", "-1", "", "2.5", "1e3", " 4", "4096MB", "9999999999"})
         EXPECT_FALSE(ProfileKeys::parseCount(bad, &count)) << bad;
     EXPECT_EQ(count, 4096u); // untouched by a refusal
-}
-
-TEST(ProfileValuesTest, KeysByExactNameFlagErrorsAndWritableNames)
-{
-    const ProfileKey *hx = ProfileKeys::find("full-hx");
-    ASSERT_TRUE(hx);
-    EXPECT_EQ(ProfileKeys::find("Resolution"), nullptr);
-
-    QVariant value;
-    QString error;
-    EXPECT_FALSE(ProfileKeys::parse(*hx, "maybe", &value, &error));
-    EXPECT_EQ(error, "full-hx takes on or off, not \"maybe\"");
-
-    // How values show is checked through get and show in the child process. An unknown name
-    // given to set is answered with the writable names only.
-    EXPECT_TRUE(ProfileKeys::names(true).contains("cpus"));
-    EXPECT_FALSE(ProfileKeys::names(true).contains("build-version-release"));
 }
 
 TEST(DeviceNameTest, NamesThatWouldLeaveTheDeviceFolderAreRefused)
@@ -187,51 +158,11 @@ TEST(TextTest, LogLinesKeepTheEngineTextAndFilterOnlyByLevel)
               "2026-01-02T03:04:05.067 critical [VBox] \"x\"  y ");
 }
 
-// The texts of the results vmtools meets in the child-process tests are checked there.
-TEST(TextTest, EngineResultsInPlainWords)
-{
-    EXPECT_EQ(ResultWords::engineResult(5), "the engine failed with the unknown result 5");
-    EXPECT_EQ(ResultWords::loadFailure({-1, QString()}, "/opt/x/plugins/"),
-              "the VirtualBox plug-in could not be loaded from /opt/x/plugins/");
-    EXPECT_EQ(ResultWords::loadFailure({4, "vboxnet3"}, QString()),
-              "the new host-only network interface vboxnet3 could not be configured and was "
-              "removed again");
-}
-
-// What a real VirtualBox 7.2 printed for failures (tests/data/7.2, recorded by
-// scripts/record-vboxmanage.sh) gets the same causes as the stand-in's words.
 TEST(CausesTest, RecordedFailuresOfARealVirtualBoxGetTheirCause)
 {
-    struct Row
-    {
-        const char *recording;
-        const char *command;
-        const char *cause;
-    };
-    const char *const InUse = "the device is in use by another program (a VirtualBox window or "
-                              "another vmtools): close it or wait until it is done, then try again";
-    const char *const Inaccessible =
-        "VirtualBox cannot read the device's settings (it is inaccessible): restore its .vbox "
-        "file, or unregister it with 'VBoxManage unregistervm' and its UUID";
-    const Row rows[] = {
-        {"error-modifyvm-locked.txt", "modifyvm", InUse},
-        {"error-startvm-locked.txt", "startvm", InUse},
-        {"error-snapshot-take-locked.txt", "snapshot", InUse},
-        {"error-startvm-nodriver.txt", "startvm",
-         "the device's VirtualBox process ended while starting, most often because VirtualBox's "
-         "kernel driver is not loaded: run 'sudo /sbin/vboxconfig' (with Secure Boot on, sign its "
-         "modules first)"},
-        {"error-showvminfo-inaccessible.txt", "showvminfo", Inaccessible},
-        {"error-guestproperty-enumerate-inaccessible.txt", "guestproperty", Inaccessible},
-        {"error-import-not-appliance.txt", "import",
-         "the file is not an appliance: give an .ova file that VirtualBox exported"},
-    };
-    for (const Row &row : rows) {
-        QFile file(QStringLiteral(VMTOOLS_SOURCE_DIR "/tests/data/7.2/") + row.recording);
-        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << row.recording;
-        const Causes::FailedRun run{QString::fromUtf8(file.readAll()), 1,
-                                    QString::fromLatin1(row.command)};
-        EXPECT_EQ(Causes::plain(run), QString::fromUtf8(row.cause)) << row.recording;
+    for (const QStringList &row : dataRows("recorded-causes.txt")) {
+        const Causes::FailedRun run{readSource("tests/data/7.2/" + row[0]), 1, row[1]};
+        EXPECT_EQ(Causes::plain(run), row[2]) << row[0].toStdString();
     }
 }
 
@@ -280,11 +211,8 @@ TEST(LongListingTest, EachBlockIsOneMachinesDescriptionAndItsFileGivesOnlyItsOwn
 TEST(GuestLimitsTest, TheHostsMaximaAreAllowedAndOneMoreIsNot)
 {
     for (const char *version : {"5.2", "7.2"}) {
-        QFile file(QStringLiteral(VMTOOLS_SOURCE_DIR "/tests/data/%1/core-systemproperties.txt")
-                       .arg(QLatin1String(version)));
-        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << version;
-        const GuestLimits::Limits limits =
-            GuestLimits::parse(QString::fromUtf8(file.readAll()), 8, 16384);
+        const GuestLimits::Limits limits = GuestLimits::parse(
+            readSource(QString("tests/data/%1/core-systemproperties.txt").arg(version)), 8, 16384);
         EXPECT_EQ(GuestLimits::problem("cpus", 8, limits.cpus), "") << version;
         EXPECT_EQ(GuestLimits::problem("memory", 16384, limits.memory, "MB"), "") << version;
         EXPECT_EQ(GuestLimits::problem("memory", 4, limits.memory, "MB"), "") << version;

@@ -103,54 +103,14 @@ TEST(CliSimulatedHostTest, AFullDiskOrAnUnusableFolderFailsClearlyAndLeavesNothi
     const QString notAFolder = host.scratchFile("file", "") + "/deployed";
     const QString deployed =
         QDir::cleanPath(host.scratch() + "/../home/qm/.Brellstock/Quillomate/deployed");
-    struct Row
-    {
-        QString faults;
-        Expect run;
-        int devicesAfter;
-    };
-    const Row rows[] = {
-        {"export diskfull\n",
-         {"export a " + target, 1, "a could not be exported to " + target + ": the disk is full"},
-         1},
-        {"clonevm diskfull\n", {"clone a b", 1, "the disk became full during the clone"}, 1},
-        // VirtualBox keeps a device whose SD card could not be made; it works without one.
-        {"createhd diskfull\n",
-         {"create c " + Appliance + " --sdcard 512", 1,
-          "the SD-card image could not be created: the disk is full"},
-         2},
-        {"", {"deploy-dir " + notAFolder, 1, "cannot create the folder " + notAFolder}, 2},
-        // Reported done, but not done: vmtools looks before it calls anything a success.
-        {"clonevm empty\n",
-         {"clone a b", 1,
-          "a was not cloned: VirtualBox reported the clone done, but no device b "
-          "is registered; clone again"},
-         2},
-        {"export empty\n", {"export a " + target, 1, "a could not be exported to " + target}, 2},
-        {"export partial\n",
-         {"export a " + target, 1,
-          "a was not exported: VirtualBox reported the export done, but " + target +
-              " is no appliance; export again"},
-         2},
-        {"modifyvm empty\n",
-         {"rename a e", 1,
-          "a was not renamed: VirtualBox reported it done, but no device answers "
-          "to e; see 'vmtools list'"},
-         2},
-        {"unregistervm childmedia\n",
-         {"delete c", 1,
-          "c was only partly deleted: VirtualBox unregistered it but left its folder " + deployed +
-              "/c (3 file(s): android_data_disk.vmdk, "
-              "android_system_disk.vmdk, c.vbox): a linked clone still "
-              "uses the device's disks, so VirtualBox unregistered it "
-              "but kept its files"},
-         1},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.run.arguments.join(' ').toStdString());
-        sim.setFaults(row.faults);
-        expectRuns(host, {row.run});
-        EXPECT_EQ(deviceCount(sim), row.devicesAfter);
+    for (const QStringList &row : dataRows("broken-host.txt", {{"{target}", target},
+                                                               {"{appliance}", Appliance},
+                                                               {"{file}", host.scratch("file")},
+                                                               {"{deployed}", deployed}})) {
+        SCOPED_TRACE(row[1].toStdString());
+        sim.setFaults(row[0].isEmpty() ? QString() : row[0] + '\n');
+        expectRuns(host, {{row[1], row[2].toInt(), row[3]}});
+        EXPECT_EQ(deviceCount(sim), row[4].toInt());
         EXPECT_EQ(machineFolder(sim), userFolder);
         // No appliance, no temporary folder beside it, and the file left as it was.
         EXPECT_EQ(QDir(host.scratch()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
@@ -212,14 +172,21 @@ TEST(CliSimulatedHostTest, EveryCommandTakesAnyNameAndNeverOverwritesAnotherDevi
                               {{"clone", name, folder}, 1}});
         EXPECT_EQ(tree(), before);
 
-        expectRuns(host, {{{"set", name, "density", "240"}, 0},
-                          {{"get", name, "density"}, 0, "", "240\n"},
-                          {{"factory-backup", name}, 0},
-                          {{"start", name}, 0},
-                          {{"stop", name}, 0},
-                          {{"clone", name, copy}, 0},
-                          {{"export", name, target}, 0},
-                          {{"factory-reset", name}, 0}});
+        // Each key reads back what it wrote, not a neighbour's guest property.
+        expectRuns(
+            host,
+            {{{"set", name, "density", "240", "product-board", "b1", "product-brand", "b2"}, 0},
+             {{"get", name, "density", "product-board", "product-brand", "--json"},
+              0,
+              "",
+              R"({"values": {"density": 240, "productBoard": "b1",
+                                          "productBrand": "b2"}})"},
+             {{"factory-backup", name}, 0},
+             {{"start", name}, 0},
+             {{"stop", name}, 0},
+             {{"clone", name, copy}, 0},
+             {{"export", name, target}, 0},
+             {{"factory-reset", name}, 0}});
         const VmtoolsResult listed = host.run({"list", "--no-headers"});
         EXPECT_TRUE(listed.out.startsWith(name + "  ") || listed.out.contains('\n' + name + "  "))
             << listed.out.toStdString();
@@ -246,61 +213,16 @@ TEST(CliSimulatedHostTest, CausesComeFromVirtualBoxsCodesInAnyLanguage)
     host.setBaseEnvironment(sim.environment());
     ASSERT_EQ(host.run({"create", "a", Appliance}).exitCode, 0);
     const QString disk = host.scratchFile("x.vdi", "");
-    const QString kvm = "a could not be started: KVM holds the processor's ";
-    const QString versions = "a could not be started: VirtualBox's kernel modules are of another "
-                             "version than VirtualBox";
-    struct Row
-    {
-        QString faults;
-        Expect run;
-        bool translated; // the service's message is in its language
-    };
-    const Row rows[] = {
-        {"startvm vmx rc=VERR_VMX_IN_VMX_ROOT_MODE\n", {"start a", 1, kvm + "VT-x"}, true},
-        {"startvm svm rc=VERR_SVM_IN_USE\n", {"start a", 1, kvm + "AMD-V"}, true},
-        {"startvm svm rc=VERR_SVM_HOST_SVME_NOT_ENABLED\n", {"start a", 1, kvm + "AMD-V"}, true},
-        {"startvm fail rc=VERR_VMM_R0_VERSION_MISMATCH\n", {"start a", 1, versions}, true},
-        {"* nodriver\nstartvm fail rc=VERR_VM_DRIVER_NOT_INSTALLED\n",
-         {"start a", 1, "a could not be started: VirtualBox's kernel driver is not loaded"},
-         true},
-        // As a real VirtualBox 7.2 without its driver and without the wrapper's warning.
-        {"startvm fail rc=VERR_VM_DRIVER_NOT_INSTALLED\n",
-         {"start a", 1,
-          "a could not be started: the device's VirtualBox process ended while "
-          "starting, most often because VirtualBox's kernel driver is not loaded"},
-         true},
-        {"modifyvm locked\n",
-         {"set a cpus 2", 1,
-          "VirtualBox did not take cpus 2 for a: the device is in use by another "
-          "program"},
-         true},
-        {"showvminfo fail code=E_ACCESSDENIED context=LockMachine message=The object "
-         "functionality is limited\n",
-         {"show a", 1,
-          "\"a\" could not be looked up: VirtualBox cannot read the device's settings"},
-         true},
-        {"clonehd fail code=NS_ERROR_INVALID_ARG context=OpenMedium message=Cannot register the "
-         "hard disk '/d/x.vdi' {3c5e7a9b-1d3f-4b6d-8f1a-2c4e6a8b0d2f} because a hard disk "
-         "'/d/x.vdi' with UUID {3c5e7a9b-1d3f-4b6d-8f1a-2c4e6a8b0d2f} already exists\n",
-         {"copy-disk " + disk + " " + host.scratch("y.vdi"), 1,
-          "the disk image could not be copied: a disk with the same UUID is already registered in "
-          "VirtualBox"},
-         true},
-        {"modifyvm fail exit=2 message=Unknown option: --cpus\n",
-         {"set a cpus 2", 1,
-          "VirtualBox did not take cpus 2 for a: VirtualBox refused vmtools' "
-          "command line (exit status 2)"},
-         false},
-    };
     const QRegularExpression cyrillic(QStringLiteral("[\\x{0400}-\\x{04ff}]"));
     for (const char *language : {"en", "ru"}) {
         sim.setVariable("VBOXSIM_SERVICE_LANGUAGE", language);
         host.setBaseEnvironment(sim.environment());
-        for (const Row &row : rows) {
-            SCOPED_TRACE((language + (' ' + row.faults)).toStdString());
-            sim.setFaults(row.faults);
-            const QString err = expectRuns(host, {row.run}).constFirst().err;
-            EXPECT_EQ(err.contains(cyrillic), row.translated && language == QLatin1String("ru"))
+        for (const QStringList &row :
+             dataRows("causes.txt", {{"{disk}", disk}, {"{scratch}", host.scratch()}})) {
+            SCOPED_TRACE((language + (' ' + row[0])).toStdString());
+            sim.setFaults(row[0] + '\n');
+            const QString err = expectRuns(host, {{row[1], row[2].toInt(), row[3]}}).first().err;
+            EXPECT_EQ(err.contains(cyrillic), row[4] == "yes" && language == QLatin1String("ru"))
                 << err.toStdString();
         }
     }

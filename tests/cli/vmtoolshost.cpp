@@ -13,6 +13,7 @@
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QRegularExpression>
 #include <QThread>
 
 #include <cstdlib>
@@ -140,25 +141,48 @@ VmtoolsResult VmtoolsHost::run(const QStringList &arguments, int timeoutMs) cons
     return result;
 }
 
+QString readSource(const QString &path)
+{
+    QFile file(QStringLiteral(VMTOOLS_SOURCE_DIR "/") + path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << file.fileName().toStdString();
+    return QString::fromUtf8(file.readAll());
+}
+
+QString recorded(const QString &name)
+{
+    return readSource(QStringLiteral("tests/data/5.2/") + name);
+}
+
+QList<QStringList> dataRows(const QString &name, const QMap<QString, QString> &fill)
+{
+    QList<QStringList> rows;
+    for (const QString &line : readSource(QStringLiteral("tests/data/cli/") + name).split('\n')) {
+        if (line.trimmed().isEmpty() || line.startsWith(QLatin1Char('#')))
+            continue;
+        QStringList columns;
+        // " |" ends a column when a blank or the line's end follows: an empty one may be " | |".
+        static const QRegularExpression separator(QStringLiteral(" \\|(?= |$)"));
+        for (const QString &text : line.split(separator)) {
+            QString column = text.trimmed();
+            for (auto it = fill.begin(); it != fill.end(); ++it)
+                column.replace(it.key(), it.value());
+            columns.append(column.replace(QStringLiteral("\\n"), QStringLiteral("\n"))
+                               .replace(QStringLiteral("\\t"), QStringLiteral("\t")));
+        }
+        rows.append(columns);
+    }
+    return rows;
+}
+
 void scriptEngineStart(StandIn &standIn)
 {
-    standIn.onExact({"list", "hostinfo"},
-                    {Answer::ok("Host Information:\n\nProcessor online count: 4\n"
-                                "Processor count: 4\nProcessor online core count: 2\n"
-                                "Memory size: 15923 MByte\nMemory available: 9000 MByte\n")});
+    standIn.onExact({"list", "hostinfo"}, {Answer::ok(recorded("core-hostinfo.txt"))});
     // The first start of a host finds nothing remembered and makes vboxnet0; later starts
     // find it listed, up and routed, with its DHCP server.
-    standIn.onExact({"list", "hostonlyifs"},
-                    {Answer::ok("Name:            vboxnet0\nGUID:            786f\n"
-                                "DHCP:            Disabled\nIPAddress:       192.168.56.1\n"
-                                "NetworkMask:     255.255.255.0\nStatus:          Up\n\n")});
+    standIn.onExact({"list", "hostonlyifs"}, {Answer::ok(recorded("core-hostonlyifs.txt"))});
     standIn.onExact({"hostonlyif", "create"},
                     {Answer::ok("Interface 'vboxnet0' was successfully created\n")});
-    standIn.onExact({"list", "dhcpservers"},
-                    {Answer::ok("NetworkName:    HostInterfaceNetworking-vboxnet0\n"
-                                "IP:             192.168.56.100\nNetworkMask:    255.255.255.0\n"
-                                "lowerIPAddress: 192.168.56.101\n"
-                                "upperIPAddress: 192.168.56.254\nEnabled:        Yes\n\n")});
+    standIn.onExact({"list", "dhcpservers"}, {Answer::ok(recorded("core-dhcpservers.txt"))});
     standIn.onPrefix({"hostonlyif", "ipconfig"}, {Answer::ok()});
     standIn.onPrefix({"dhcpserver"}, {Answer::ok()});
     standIn.onExact({"--version"}, {Answer::ok("5.2.44r139111\n")});
@@ -172,31 +196,13 @@ void scriptEngineStart(StandIn &standIn)
 
 namespace {
 
+// The recorded description of "phone", as this device in this state.
 QString showVmInfo(const DeviceScript &device, const QString &state)
 {
-    return QStringLiteral(
-               "Name:            %1\nGroups:          /\nUUID:            %2\n"
-               "Config file:     /vms/%1/%1.vbox\nMemory size:     2048MB\n"
-               "Number of CPUs:  2\nState:           %3 (since 2024-06-03T09:14:07.512000000)\n"
-               "IDEController (1, 0): /vms/%1/sdcard.vdi (UUID: "
-               "3e9a7c5d-4f6b-4a8c-adbe-2f3a4b5c6d7e)\n"
-               "NIC 1:           MAC: 0800271A2B3C, Attachment: Host-only Interface 'vboxnet0', "
-               "Cable connected: on, Type: virtio\n"
-               "NIC 2:           MAC: 0800274D5E6F, Attachment: NAT, Cable connected: on, Type: "
-               "82540EM\nNIC 3:           disabled\n")
-        .arg(device.name, device.uuid, state);
-}
-
-QString guestProperties()
-{
-    QString text;
-    for (const char *property :
-         {"android_version=8.0", "vbox_graph_mode=1080x1920-16", "vbox_dpi=420",
-          "quillomate_full_screen=yes", "vkeyboard_mode=2", "hardware_opengl=1",
-          "quillomate_device_id=358240051111110", "product_model=Pixel 2"})
-        text += QStringLiteral("Name: %1, value: %2, timestamp: 1717406031000000000, flags: \n")
-                    .arg(QString(property).section('=', 0, 0), QString(property).section('=', 1));
-    return text;
+    QString text = recorded(QStringLiteral("machine-showvminfo.txt"));
+    return text.replace(QStringLiteral("running (since"), state + QStringLiteral(" (since"))
+        .replace(QStringLiteral("5f0d3c2a-8b1e-4c6f-9a7d-2e4b6c8d0f12"), device.uuid)
+        .replace(QStringLiteral("phone"), device.name);
 }
 
 } // namespace
@@ -210,14 +216,14 @@ void scriptDevice(StandIn &standIn, const DeviceScript &device)
         lookups.append(Answer::ok(showVmInfo(device, QStringLiteral("running"))));
         standIn.onExact({"showvminfo", device.name}, lookups);
     }
+    const QString properties = recorded(QStringLiteral("machine-guestproperty-enumerate.txt"));
     for (const QString &id : {device.name, device.uuid}) {
         standIn.onExact({"showvminfo", id}, {Answer::ok(showVmInfo(device, device.state))});
-        standIn.onExact({"guestproperty", "enumerate", id}, {Answer::ok(guestProperties())});
+        standIn.onExact({"guestproperty", "enumerate", id}, {Answer::ok(properties)});
     }
     standIn.onExact({"snapshot", device.name, "list"},
                     {device.factoryBackup
-                         ? Answer::ok("   Name: factory-backup (UUID: "
-                                      "9b2c4d6e-8f0a-4b1c-9d3e-5f7a9b1c3d5e) *\n")
+                         ? Answer::ok(recorded(QStringLiteral("machine-snapshot-list.txt")))
                          : Answer::fail(1, "VBoxManage: error: This machine does not have any "
                                            "snapshots\n")});
 }
@@ -248,14 +254,11 @@ void scriptUsualHost(StandIn &standIn)
 
 void scriptNoMachine(StandIn &standIn, const QString &name)
 {
-    standIn.onPrefix({"showvminfo", name},
-                     {Answer::fail(1, QStringLiteral("VBoxManage: error: Could not find a "
-                                                     "registered machine named '%1'\n"
-                                                     "VBoxManage: error: Details: code "
-                                                     "VBOX_E_OBJECT_NOT_FOUND (0x80bb0001), "
-                                                     "component VirtualBoxWrap, interface "
-                                                     "IVirtualBox, callee nsISupports\n")
-                                          .arg(name))});
+    const QString missing =
+        readSource(QStringLiteral("tests/data/7.2/error-showvminfo-missing.txt"));
+    standIn.onPrefix(
+        {"showvminfo", name},
+        {Answer::fail(1, QString(missing).replace(QStringLiteral("'ghost'"), '\'' + name + '\''))});
 }
 
 namespace {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QJsonObject>
+#include <QMap>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -70,6 +71,14 @@ private:
     QProcessEnvironment m_base;
     QProcessEnvironment m_variables;
 };
+
+// A file of the source tree; one that VirtualBox 5.2 printed (tests/data/5.2).
+QString readSource(const QString &path);
+QString recorded(const QString &name);
+// The rows of a table of tests/data/cli: the columns of each line, split at " | " and trimmed,
+// each `{key}` of `fill` put in, "\n" and "\t" made a line break and a tab. '#' and blank lines are
+// skipped.
+QList<QStringList> dataRows(const QString &name, const QMap<QString, QString> &fill = {});
 
 // The VBoxManage answers that the engine's start-up needs: host information (8 CPUs
 // after the cap, 15923 MB), a new host-only interface vboxnet0 and the version.
