@@ -16,6 +16,8 @@ class FaultTestbed
 {
 public:
     FaultTestbed();
+    // The deploy folder outlives the stand-in's own folder: the next bed starts without it.
+    ~FaultTestbed() { QDir(deploy).removeRecursively(); }
 
     // What went wrong while the host was made; empty when it is ready.
     QStringList problems() const { return m_problems; }
