@@ -37,20 +37,7 @@ protected:
         return path;
     }
 
-    // Every entry under the temporary root with its size, to prove that nothing changed.
-    QStringList tree() const
-    {
-        QStringList entries;
-        QDirIterator it(m_root.path(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
-                        QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            it.next();
-            entries << it.filePath().mid(m_root.path().size()) + QLatin1Char(' ') +
-                           QString::number(it.fileInfo().isDir() ? -1 : it.fileInfo().size());
-        }
-        entries.sort();
-        return entries;
-    }
+    QStringList tree() const { return fileTree(m_root.path()); }
 
     QTemporaryDir m_root;
     QString m_deployDir;

@@ -8,6 +8,7 @@
 #include "standin.h"
 #include "vboxmanagecore.h"
 #include "vboxmanagemachine.h"
+#include "vboxtest.h"
 
 #include <vmtools/settings.h>
 #include <vmtools/vmtemplate.h>
@@ -147,20 +148,7 @@ protected:
     Scenario read(const QString &file) const;
     QString perform(const QString &op, const QStringList &a);
 
-    // Every entry under the temporary root with its size, to prove that nothing changed.
-    QStringList tree() const
-    {
-        QStringList entries;
-        QDirIterator it(m_root.path(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
-                        QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            it.next();
-            entries << it.filePath() + ' ' +
-                           QString::number(it.fileInfo().isDir() ? -1 : it.fileInfo().size());
-        }
-        entries.sort();
-        return entries;
-    }
+    QStringList tree() const { return fileTree(m_root.path()); }
 
     VBoxManageCore &core()
     {

@@ -6,6 +6,7 @@
 #include "standin.h"
 #include "vboxmanagecore.h"
 
+#include <QDirIterator>
 #include <QFile>
 #include <QList>
 #include <QString>
@@ -65,6 +66,21 @@ inline QString description(const QString &name, const QString &state = "powered 
 
 const QString LinkUp = QStringLiteral("5: vboxnet0: <BROADCAST,MULTICAST,UP,LOWER_UP> mtu 1500 "
                                       "qdisc fq_codel state UP group default qlen 1000\n");
+
+// Every entry under `root` with its size, to prove that nothing there changed.
+inline QStringList fileTree(const QString &root)
+{
+    QStringList entries;
+    QDirIterator it(root, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        it.next();
+        entries << it.filePath().mid(root.size()) + QLatin1Char(' ') +
+                       QString::number(it.fileInfo().isDir() ? -1 : it.fileInfo().size());
+    }
+    entries.sort();
+    return entries;
+}
 
 // The engine against the stand-in. The line the engine's constructor logs is not captured.
 class CoreTest : public ::testing::Test
