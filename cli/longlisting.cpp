@@ -74,8 +74,8 @@ QList<Block> blocks(const QString &output)
 
 bool isSettled(const Block &block)
 {
-    return block.state.startsWith(QLatin1String("powered off")) ||
-           block.state.startsWith(QLatin1String("aborted"));
+    // Not "aborted": a machine that ended so may not have had what its guest set saved.
+    return block.state.startsWith(QLatin1String("powered off"));
 }
 
 bool keepProperties(CallMemo &memo, const QString &program, const QString &id, const Block &block)

@@ -22,8 +22,8 @@ struct Block
 // The listing's blocks in its order; an output that is not such a listing gives none.
 QList<Block> blocks(const QString &output);
 
-// Whether no process runs the machine: then its block is all that "showvminfo" says, and its
-// settings file holds its guest properties.
+// Whether the machine was powered off: then no process runs it, its block is all that
+// "showvminfo" says, and its settings file holds its guest properties.
 bool isSettled(const Block &block);
 
 // When no process runs the machine that `block` describes: keeps in `memo`, as the answers to
