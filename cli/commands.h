@@ -13,5 +13,6 @@ QList<Command> mediaCommands();     // export, copy-disk, delete-disk
 Command doctorCommand();            // one of the engine commands
 
 QList<Command> all();
+QString deployDirectory(); // where the engine makes devices, as the settings say
 const Command *find(const QString &name);
 } // namespace Commands

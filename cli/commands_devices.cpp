@@ -89,7 +89,7 @@ int list(CommandContext &c)
     DeviceReads::Devices machines;
     QHash<VMToolsMachine *, QJsonObject> read;
     QMutex readLock;
-    DeviceReads::readListing(memo);
+    DeviceReads::readListing(memo, Commands::deployDirectory());
     const bool listed = DeviceReads::openDevices(
         *c.engine(), memo, [&c] { return c.isInterrupted(); },
         [&](VMToolsMachine &machine) {

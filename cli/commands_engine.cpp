@@ -22,12 +22,6 @@ namespace {
 
 const QString VmsPathKey = QStringLiteral("vms.path");
 
-QString deployDirectory()
-{
-    const QString fallback = Paths::getQuillomatePath() + QStringLiteral("/deployed/");
-    return Settings::get(VmsPathKey, fallback).toString();
-}
-
 int info(CommandContext &c)
 {
     VMToolsEngine *engine = c.engine();
@@ -46,7 +40,7 @@ int info(CommandContext &c)
         {QStringLiteral("maxMemory"), JsonValues::count(engine->getMaxMemory())},
         {QStringLiteral("hostOnlyInterface"), JsonValues::text(engine->getAdapterName())},
         {QStringLiteral("ready"), engine->isSystemReady()},
-        {QStringLiteral("deployDirectory"), deployDirectory()},
+        {QStringLiteral("deployDirectory"), Commands::deployDirectory()},
         {QStringLiteral("loadState"), c.loadState().state},
         {QStringLiteral("loadMessage"), JsonValues::text(c.loadState().message)},
     };
@@ -64,7 +58,7 @@ int info(CommandContext &c)
              adapter.isEmpty() ? QStringLiteral("(none usable; 'vmtools repair-network' makes one)")
                                : adapter},
             {QStringLiteral("Ready"), TextFormat::yesNo(engine->isSystemReady())},
-            {QStringLiteral("Deploy directory"), deployDirectory()},
+            {QStringLiteral("Deploy directory"), Commands::deployDirectory()},
         }));
 }
 
@@ -86,7 +80,7 @@ int repairNetwork(CommandContext &c)
 int deployDir(CommandContext &c)
 {
     if (c.arguments().isEmpty()) {
-        const QString folder = deployDirectory();
+        const QString folder = Commands::deployDirectory();
         return c.out().done({{QStringLiteral("deployDirectory"), folder}}, folder);
     }
     const QString folder = QDir(c.argument(0)).absolutePath();
@@ -210,3 +204,9 @@ QList<Command> engineCommands()
 }
 
 } // namespace Commands
+
+QString Commands::deployDirectory()
+{
+    const QString fallback = Paths::getQuillomatePath() + QStringLiteral("/deployed/");
+    return Settings::get(VmsPathKey, fallback).toString();
+}

@@ -3,8 +3,10 @@
 
 #include "diagnostics.h"
 #include "longlisting.h"
+#include "settledmachines.h"
 
 #include <vmtools/callmemo.h>
+#include <vmtools/settings.h>
 #include <vmtools/vboxmanagecommon.h>
 #include <vmtools/vmtoolsengine.h>
 #include <vmtools/vmtoolsmachine.h>
@@ -61,7 +63,7 @@ void readAhead(CallMemo &memo, const QString &name, Depth depth)
         Program, {QStringLiteral("showvminfo"), name}, VBoxManageCommon::WaitForever);
     const QList<LongListing::Block> blocks = LongListing::blocks(described.output);
     if (described.exitCode == 0 && blocks.size() == 1 &&
-        LongListing::keepProperties(memo, Program, name, blocks.first()))
+        LongListing::keepFileAnswers(memo, Program, name, blocks.first()))
         return;
     readAll(memo, {{QStringLiteral("guestproperty"), QStringLiteral("enumerate"), name}}, false);
 }
@@ -71,27 +73,29 @@ void readAheadStartUp(CallMemo &memo, bool version)
     QList<QStringList> reads{
         {QStringLiteral("list"), QStringLiteral("hostinfo")},
         {QStringLiteral("list"), QStringLiteral("hostonlyifs")},
-        {QStringLiteral("list"), QStringLiteral("dhcpservers")},
     };
+    // The engine looks at the DHCP servers only for the interface it remembers.
+    if (!Settings::get(QStringLiteral("host.only.interface"), QString()).toString().isEmpty())
+        reads.append({QStringLiteral("list"), QStringLiteral("dhcpservers")});
     if (version)
         reads.append({QStringLiteral("--version")});
     readAll(memo, reads, true);
 }
 
-void readListing(CallMemo &memo)
+void readListing(CallMemo &memo, const QString &deployDirectory)
 {
     const QStringList listing{QStringLiteral("list"), QStringLiteral("vms")};
-    VBoxManageCommon::CallResult described;
+    VBoxManageCommon::CallResult listed;
+    VBoxManageCommon::CallResult running;
     forEach(2, memo, [&](int index) {
-        if (index == 0 && !memo.isKnown(Program, listing))
-            VBoxManageCommon::call(Program, listing, VBoxManageCommon::WaitForever);
-        else if (index == 1)
-            described = VBoxManageCommon::call(
-                Program, {QStringLiteral("list"), QStringLiteral("--long"), QStringLiteral("vms")},
-                VBoxManageCommon::WaitForever);
+        (index == 0 ? listed : running) = VBoxManageCommon::call(
+            Program,
+            index == 0 ? listing
+                       : QStringList{QStringLiteral("list"), QStringLiteral("runningvms")},
+            VBoxManageCommon::WaitForever);
     });
-    if (described.exitCode == 0)
-        LongListing::keepAnswers(memo, Program, described.output);
+    if (listed.exitCode == 0 && running.exitCode == 0)
+        SettledMachines::keepAnswers(memo, Program, listed.output, running.output, deployDirectory);
 }
 
 void forEach(int count, CallMemo &memo, const std::function<void(int)> &work)

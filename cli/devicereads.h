@@ -33,11 +33,11 @@ void readAhead(CallMemo &memo, const QString &name, Depth depth);
 // What the engine's start-up reads of the host, and with `version` VirtualBox's version.
 void readAheadStartUp(CallMemo &memo, bool version);
 
-// The machine listing, and beside it every machine's description in one run ("list --long
-// vms"). A machine that no process runs needs no read of its own then: its description is
-// kept as the answer to its "showvminfo", and the guest properties in its settings file as
-// the answer to its "guestproperty enumerate".
-void readListing(CallMemo &memo);
+// The machine listing, and beside it the list of the machines that a process runs. A
+// machine that no process runs needs no read of its own then: its settings file (the one
+// VirtualBox registered, or its folder's under `deployDirectory`) answers its "showvminfo"
+// and its "guestproperty enumerate".
+void readListing(CallMemo &memo, const QString &deployDirectory);
 
 // Calls work(0) to work(count - 1) on up to Width threads, each bound to `memo`, and
 // returns once every call has returned; one call failing never keeps the others from

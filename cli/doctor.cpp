@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "doctor.h"
 
+#include "commands.h"
+
 #include "hostfiles.h"
 #include "versionreport.h"
 
@@ -367,13 +369,6 @@ Result checkInaccessibleMachines(const VirtualBox &vbox)
                        commands.join(QLatin1Char('\n')));
 }
 
-QString deployDirectory()
-{
-    return Settings::get(QStringLiteral("vms.path"),
-                         Paths::getQuillomatePath() + QStringLiteral("/deployed/"))
-        .toString();
-}
-
 bool sameFolder(const QString &a, const QString &b)
 {
     return QDir::cleanPath(a) == QDir::cleanPath(b);
@@ -404,7 +399,7 @@ Result checkMachineFolder(const VirtualBox &vbox, bool switchInProgress)
                                           "folder at %1; yours is %2")
                                .arg(current, user),
                            QStringLiteral("vmtools info (it puts %1 back)").arg(user));
-    } else if (sameFolder(current, deployDirectory())) {
+    } else if (sameFolder(current, Commands::deployDirectory())) {
         return problem(QStringLiteral("VirtualBox's default machine folder is the deploy folder "
                                       "%1, where vmtools only switches it for a moment")
                            .arg(current),
@@ -415,7 +410,7 @@ Result checkMachineFolder(const VirtualBox &vbox, bool switchInProgress)
 
 Result checkFreeSpace()
 {
-    const QString folder = deployDirectory();
+    const QString folder = Commands::deployDirectory();
     QFileInfo existing(folder);
     while (!existing.exists() && !existing.isRoot())
         existing.setFile(existing.absolutePath());

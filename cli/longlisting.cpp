@@ -2,16 +2,12 @@
 #include "longlisting.h"
 
 #include "machinesettingsfile.h"
-
-#include <vmtools/callmemo.h>
+#include "settledmachines.h"
 
 #include <QRegularExpression>
 #include <QStringList>
 
 namespace {
-
-// Where the guest publishes its address (the plug-in reads it with "guestproperty get").
-const QString AddressProperty = QStringLiteral("tovalyn_ip_management");
 
 QString field(const QStringList &lines, const QRegularExpression &pattern)
 {
@@ -78,32 +74,15 @@ bool isSettled(const Block &block)
     return block.state.startsWith(QLatin1String("powered off"));
 }
 
-bool keepProperties(CallMemo &memo, const QString &program, const QString &id, const Block &block)
+bool keepFileAnswers(CallMemo &memo, const QString &program, const QString &id, const Block &block)
 {
     if (!isSettled(block) || block.encrypted || block.configFile.isEmpty())
         return false;
-    QList<MachineSettingsFile::GuestProperty> properties;
-    if (!MachineSettingsFile::guestProperties(block.configFile, block.uuid, &properties))
+    MachineSettingsFile::Machine machine;
+    if (!MachineSettingsFile::read(block.configFile, block.uuid, &machine))
         return false;
-    const QString guestProperty = QStringLiteral("guestproperty");
-    memo.keep(program, {guestProperty, QStringLiteral("enumerate"), id},
-              {0, MachineSettingsFile::enumerateText(properties), QString()});
-    QString address = QStringLiteral("No value set!\n");
-    for (const MachineSettingsFile::GuestProperty &property : properties) {
-        if (property.name == AddressProperty)
-            address = QStringLiteral("Value: %1\n").arg(property.value);
-    }
-    memo.keep(program, {guestProperty, QStringLiteral("get"), id, AddressProperty},
-              {0, address, QString()});
+    SettledMachines::keepFileAnswers(memo, program, id, machine);
     return true;
-}
-
-void keepAnswers(CallMemo &memo, const QString &program, const QString &output)
-{
-    for (const Block &b : blocks(output)) {
-        if (keepProperties(memo, program, b.uuid, b))
-            memo.keep(program, {QStringLiteral("showvminfo"), b.uuid}, {0, b.text, QString()});
-    }
 }
 
 } // namespace LongListing

@@ -27,14 +27,8 @@ QList<Block> blocks(const QString &output);
 bool isSettled(const Block &block);
 
 // When no process runs the machine that `block` describes: keeps in `memo`, as the answers to
-// reads of `program` about `id` (its name or UUID), the guest properties in its settings file:
-// all of them ("guestproperty enumerate") and its published address ("guestproperty get").
-// False when it could not.
-bool keepProperties(CallMemo &memo, const QString &program, const QString &id, const Block &block);
-
-// Keeps in `memo`, as the answers to reads of `program`, the description of each machine
-// that no process runs and the guest properties in its settings file. Machines it cannot
-// answer for are read as before.
-void keepAnswers(CallMemo &memo, const QString &program, const QString &output);
+// reads of `program` about `id` (its name or UUID), what its settings file says: its guest
+// properties, its published address and its snapshots. False when it could not.
+bool keepFileAnswers(CallMemo &memo, const QString &program, const QString &id, const Block &block);
 
 } // namespace LongListing

@@ -3,6 +3,7 @@
 
 #include "console.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -172,19 +173,60 @@ bool copyImageFile(const QString &source, const QString &target, const Medium &m
     return true;
 }
 
+namespace {
+
+// As VirtualBox marks its current snapshot, and a machine that ended without being powered
+// off or was saved.
+QString stateAttributes(const Machine &m)
+{
+    QString attributes;
+    if (!m.currentSnapshot.isEmpty())
+        attributes = QStringLiteral(" currentSnapshot=\"{%1}\"").arg(m.currentSnapshot);
+    if (m.state == QLatin1String("aborted"))
+        return attributes + QStringLiteral(" aborted=\"true\"");
+    if (m.state == QLatin1String("saved"))
+        return attributes + QStringLiteral(" stateFile=\"Snapshots/%1.sav\"").arg(m.uuid);
+    return attributes;
+}
+
+// The snapshot tree as VirtualBox keeps it: each child below its parent's Snapshots.
+QString snapshotElements(const std::vector<Snapshot> &snapshots, int indent)
+{
+    QString xml;
+    const QString pad(indent, QLatin1Char(' '));
+    for (const Snapshot &snapshot : snapshots) {
+        xml += QStringLiteral("%1<Snapshot uuid=\"{%2}\" name=\"%3\"")
+                   .arg(pad, snapshot.uuid, snapshot.name.toHtmlEscaped());
+        if (snapshot.children.empty()) {
+            xml += QStringLiteral("/>\n");
+            continue;
+        }
+        xml += QStringLiteral(">\n%1  <Snapshots>\n%2%1  </Snapshots>\n%1</Snapshot>\n")
+                   .arg(pad, snapshotElements(snapshot.children, indent + 4));
+    }
+    return xml;
+}
+
+} // namespace
+
 void writeSettingsFile(const Machine &m)
 {
     QString xml = QStringLiteral("<?xml version=\"1.0\"?>\n"
                                  "<VirtualBox xmlns=\"http://www.virtualbox.org/\" "
                                  "version=\"1.16-linux\">\n"
-                                 "  <Machine uuid=\"{%1}\" name=\"%2\" OSType=\"%3\">\n"
+                                 "  <Machine uuid=\"{%1}\" name=\"%2\" OSType=\"%3\"%4 "
+                                 "lastStateChange=\"%5\">\n"
+                                 "%8"
                                  "    <Hardware>\n"
-                                 "      <CPU count=\"%4\"/>\n"
-                                 "      <Memory RAMSize=\"%5\"/>\n"
+                                 "      <CPU count=\"%6\"/>\n"
+                                 "      <Memory RAMSize=\"%7\"/>\n"
                                  "      <GuestProperties>\n")
-                      .arg(m.uuid, m.name.toHtmlEscaped(), m.config.osType)
-                      .arg(m.config.cpus)
-                      .arg(m.config.memoryMB);
+                      // One call: a name holding "%6" must stay as it is.
+                      .arg(m.uuid, m.name.toHtmlEscaped(), m.config.osType, stateAttributes(m),
+                           QDateTime::fromMSecsSinceEpoch(m.stateSinceMs, Qt::UTC)
+                               .toString(QStringLiteral("yyyy-MM-ddTHH:mm:ssZ")),
+                           QString::number(m.config.cpus), QString::number(m.config.memoryMB),
+                           snapshotElements(m.snapshots, 4));
     for (const GuestProperty &p : m.config.guestProperties)
         if (!p.flags.contains(QLatin1String("TRANSIENT")))
             xml += QStringLiteral("        <GuestProperty name=\"%1\" value=\"%2\" "

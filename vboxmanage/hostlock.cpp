@@ -38,13 +38,16 @@ const char *lockError(int error)
     }
 }
 
-// What QLockFile writes, so that it can tell a live holder from one that died.
+// What QLockFile writes, so that it can tell a live holder from one that died. The
+// program, machine and boot do not change while the process runs: they are read once.
 QByteArray holderLines()
 {
-    const QString program = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
-    return QByteArray::number(QCoreApplication::applicationPid()) + '\n' + program.toUtf8() + '\n' +
-           QSysInfo::machineHostName().toUtf8() + '\n' + QSysInfo::machineUniqueId() + '\n' +
-           QSysInfo::bootUniqueId() + '\n';
+    static const QByteArray program =
+        QFileInfo(QCoreApplication::applicationFilePath()).fileName().toUtf8();
+    static const QByteArray machine = QSysInfo::machineUniqueId();
+    static const QByteArray boot = QSysInfo::bootUniqueId();
+    return QByteArray::number(QCoreApplication::applicationPid()) + '\n' + program + '\n' +
+           QSysInfo::machineHostName().toUtf8() + '\n' + machine + '\n' + boot + '\n';
 }
 
 bool sameFile(const struct stat &a, const struct stat &b)
@@ -128,8 +131,12 @@ HostLock::Attempt HostLock::attempt()
         ::close(fd);
         return Attempt::Moved;
     }
+    // Written over what a dead holder left, then cut to length: truncating to zero first
+    // makes ext4 push the file to disk when it is closed, which costs more than the rest
+    // of the lock together.
     const QByteArray lines = holderLines();
-    if (::ftruncate(fd, 0) != 0 || ::write(fd, lines.constData(), lines.size()) != lines.size()) {
+    if (::pwrite(fd, lines.constData(), lines.size(), 0) != lines.size() ||
+        ::ftruncate(fd, lines.size()) != 0) {
         m_errno = errno;
         ::unlink(path.constData());
         ::close(fd);

@@ -98,8 +98,8 @@ TEST(CliDevicesTest, ListShowAndDumpCoverOnlyThisHostsDevices)
                                             .object());
 
     // Reading costs no engine start-up and never touches the host's network, and asks each
-    // listing of a machine once. The list: the machines and their long listing (empty here, so
-    // nothing is answered from it), the properties of each (by UUID,
+    // listing of a machine once. The list: the machines and the running ones (no settings
+    // file here, so nothing is answered from one), the properties of each (by UUID,
     // which answers for the name too), the description of each device, and the running
     // tablet's address.
     const QList<QPair<QString, int>> readCosts{

@@ -11,6 +11,7 @@
 #include "output.h"
 #include "profilekeys.h"
 #include "progress.h"
+#include "settledmachines.h"
 #include "suggestions.h"
 #include "versionreport.h"
 
@@ -19,9 +20,13 @@
 
 #include <gtest/gtest.h>
 
+#include <vmtools/callmemo.h>
 #include <vmtools/version.h>
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 
 using Action = ParsedCommandLine::Action;
@@ -187,24 +192,123 @@ TEST(LongListingTest, EachBlockIsOneMachinesDescriptionAndItsFileGivesOnlyItsOwn
         LongListing::blocks("\"probe1\" {93da47d7-c71d-4a87-a5b1-b94ea848688a}\n").isEmpty());
 
     const QString settings = VMTOOLS_SOURCE_DIR "/tests/data/7.2/machine-settings.vbox";
-    QList<MachineSettingsFile::GuestProperty> properties;
-    ASSERT_TRUE(MachineSettingsFile::guestProperties(settings, blocks[1].uuid, &properties));
-    EXPECT_EQ(MachineSettingsFile::enumerateText(properties),
+    MachineSettingsFile::Machine machine;
+    ASSERT_TRUE(MachineSettingsFile::read(settings, blocks[1].uuid, &machine));
+    EXPECT_EQ(MachineSettingsFile::enumerateText(machine.properties),
               "Name: after_snapshot, value: it's, value: x, timestamp: 1795650442321237000, "
               "flags: \n"
               "Name: vbox_graph_mode, value: 720x1280-16, timestamp: 1795649505237280000, "
               "flags: \n");
+    // What the plug-in reads of the description and the snapshots is what VirtualBox printed.
+    const QString description =
+        MachineSettingsFile::descriptionText(machine, blocks[1].uuid, blocks[1].configFile);
+    for (const char *line :
+         {"Name:                        probe2\n", "Memory size:                 1024MB\n",
+          "Number of CPUs:              1\n", "Config file:                 /tmp/speedhome/"})
+        EXPECT_TRUE(blocks[1].text.contains(line) && description.contains(line)) << line;
+    EXPECT_TRUE(description.contains("State:                       powered off (since "
+                                     "2026-11-25T23:47:21.000000000)\n"));
+    int exitCode = -1;
+    EXPECT_EQ(MachineSettingsFile::snapshotListText(machine, &exitCode),
+              "   Name: s1 (UUID: 1960d38d-fb26-4806-8fc8-259fb312e15f) *\n");
+    EXPECT_EQ(exitCode, 0);
     // Another machine's file, a file cut short, no file: no answer.
-    EXPECT_FALSE(MachineSettingsFile::guestProperties(settings, blocks[0].uuid, &properties));
+    EXPECT_FALSE(MachineSettingsFile::read(settings, blocks[0].uuid, &machine));
     QFile whole(settings);
     ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
     QTemporaryFile cut;
     ASSERT_TRUE(cut.open());
     cut.write(whole.readAll().left(2200));
     cut.close();
-    EXPECT_FALSE(MachineSettingsFile::guestProperties(cut.fileName(), blocks[1].uuid, &properties));
-    EXPECT_FALSE(
-        MachineSettingsFile::guestProperties(settings + ".gone", blocks[1].uuid, &properties));
+    EXPECT_FALSE(MachineSettingsFile::read(cut.fileName(), blocks[1].uuid, &machine));
+    EXPECT_FALSE(MachineSettingsFile::read(settings + ".gone", blocks[1].uuid, &machine));
+}
+
+namespace {
+
+// A settings file as VirtualBox writes it, cut down to what is read.
+void writeSettings(const QString &path, const QString &uuid, const QString &name,
+                   const QString &machineAttributes, const QString &inside)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QStringLiteral("<?xml version=\"1.0\"?>\n<VirtualBox version=\"1.19-linux\">\n"
+                              "  <Machine uuid=\"{%1}\" name=\"%2\" %3>\n%4"
+                              "    <Hardware><Memory RAMSize=\"2048\"/></Hardware>\n"
+                              "  </Machine>\n</VirtualBox>\n")
+                   .arg(uuid, name, machineAttributes, inside)
+                   .toUtf8());
+}
+
+} // namespace
+
+// Only a machine that no process runs, whose file is its own and says it was powered off,
+// is answered from its file; the registry names the file, or else the device's folder does.
+TEST(SettledMachinesTest, OnlyPoweredOffMachinesWithTheirOwnFileAreAnsweredFromIt)
+{
+    QTemporaryDir home;
+    const QString vbox = home.path() + "/vbox";
+    const QString deploy = home.path() + "/deployed";
+    qputenv("VBOX_USER_HOME", QFile::encodeName(vbox));
+    const char *uuids[] = {
+        "00000000-0000-4000-8000-00000000000a", "00000000-0000-4000-8000-00000000000b",
+        "00000000-0000-4000-8000-00000000000c", "00000000-0000-4000-8000-00000000000d",
+        "00000000-0000-4000-8000-00000000000e", "00000000-0000-4000-8000-00000000000f"};
+    const QString nested = QStringLiteral(
+        "    <Snapshot uuid=\"{00000000-0000-4000-8000-000000000001}\" name=\"factory-backup\">\n"
+        "      <Hardware><CPU count=\"8\"/><Memory RAMSize=\"64\"/></Hardware>\n"
+        "      <Snapshots><Snapshot uuid=\"{00000000-0000-4000-8000-000000000002}\" "
+        "name=\"child\"/></Snapshots>\n    </Snapshot>\n");
+    writeSettings(vbox + "/m/a.vbox", uuids[0], "a",
+                  "currentSnapshot=\"{00000000-0000-4000-8000-000000000002}\" "
+                  "lastStateChange=\"2026-11-26T02:59:56Z\"",
+                  nested);
+    writeSettings(vbox + "/m/b.vbox", uuids[1], "b", "aborted=\"true\"", "");
+    writeSettings(vbox + "/m/c.vbox", uuids[2], "c", "", "");
+    writeSettings(deploy + "/d/d.vbox", uuids[3], "d", "", "");
+    writeSettings(vbox + "/m/e.vbox", uuids[0], "e", "", ""); // another machine's file
+    writeSettings(vbox + "/m/f.vbox", uuids[5], "f", "stateFile=\"Snapshots/f.sav\"", "");
+    QFile registry(vbox + "/VirtualBox.xml");
+    ASSERT_TRUE(registry.open(QIODevice::WriteOnly));
+    registry.write(QStringLiteral("<VirtualBox><Global><MachineRegistry>\n"
+                                  "<MachineEntry uuid=\"{%1}\" src=\"m/a.vbox\"/>\n"
+                                  "<MachineEntry uuid=\"{%2}\" src=\"%3/m/b.vbox\"/>\n"
+                                  "<MachineEntry uuid=\"{%4}\" src=\"m/c.vbox\"/>\n"
+                                  "<MachineEntry uuid=\"{%5}\" src=\"m/e.vbox\"/>\n"
+                                  "<MachineEntry uuid=\"{%6}\" src=\"m/f.vbox\"/>\n"
+                                  "</MachineRegistry></Global></VirtualBox>\n")
+                       .arg(uuids[0], uuids[1], vbox, uuids[2], uuids[4], uuids[5])
+                       .toUtf8());
+    registry.close();
+
+    QString listing;
+    for (int i = 0; i < 6; ++i)
+        listing += QStringLiteral("\"%1\" {%2}\n").arg(QChar('a' + i)).arg(uuids[i]);
+    CallMemo memo;
+    SettledMachines::keepAnswers(memo, "VBoxManage", listing,
+                                 QStringLiteral("\"c\" {%1}\n").arg(uuids[2]), deploy);
+    qunsetenv("VBOX_USER_HOME");
+    const QString answered = "ad";
+    for (int i = 0; i < 6; ++i) {
+        const bool expected = answered.contains(QChar('a' + i));
+        EXPECT_EQ(memo.isKnown("VBoxManage", {"showvminfo", uuids[i]}), expected) << i;
+        EXPECT_EQ(memo.isKnown("VBoxManage", {"guestproperty", "enumerate", uuids[i]}), expected);
+    }
+
+    MachineSettingsFile::Machine a;
+    ASSERT_TRUE(MachineSettingsFile::read(vbox + "/m/a.vbox", uuids[0], &a));
+    EXPECT_EQ(a.cpus, 1u); // the snapshot's eight are not the machine's
+    EXPECT_EQ(a.memoryMB, 2048u);
+    int exitCode = -1;
+    EXPECT_EQ(MachineSettingsFile::snapshotListText(a, &exitCode),
+              "   Name: factory-backup (UUID: 00000000-0000-4000-8000-000000000001)\n"
+              "      Name: child (UUID: 00000000-0000-4000-8000-000000000002) *\n");
+    MachineSettingsFile::Machine d;
+    ASSERT_TRUE(MachineSettingsFile::read(deploy + "/d/d.vbox", uuids[3], &d));
+    EXPECT_EQ(MachineSettingsFile::snapshotListText(d, &exitCode),
+              "This machine does not have any snapshots\n");
+    EXPECT_EQ(exitCode, 1);
 }
 
 // A device may have exactly what the host has, and no more; VirtualBox's own minimum holds.

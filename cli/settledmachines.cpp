@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "settledmachines.h"
+
+#include "machinesettingsfile.h"
+
+#include <vmtools/callmemo.h>
+
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+#include <QSet>
+#include <QXmlStreamReader>
+
+namespace {
+
+// VirtualBox's own folder for the user: VBOX_USER_HOME, or the folder of older versions when
+// it is still there, or the one under ~/.config.
+QString virtualBoxFolder()
+{
+    const QString chosen = QString::fromLocal8Bit(qgetenv("VBOX_USER_HOME"));
+    if (!chosen.isEmpty())
+        return chosen;
+    const QString legacy = QDir::homePath() + QStringLiteral("/.VirtualBox");
+    if (QFileInfo::exists(legacy + QStringLiteral("/VirtualBox.xml")))
+        return legacy;
+    return QDir::homePath() + QStringLiteral("/.config/VirtualBox");
+}
+
+// Where the guest publishes its address (the plug-in reads it with "guestproperty get").
+const QString AddressProperty = QStringLiteral("tovalyn_ip_management");
+
+// `"name" {uuid}` lines, by UUID.
+QHash<QString, QString> machines(const QString &listing)
+{
+    static const QRegularExpression line(QStringLiteral("^\"(.*)\" \\{([0-9a-fA-F-]{36})\\}\\r?$"),
+                                         QRegularExpression::MultilineOption);
+    QHash<QString, QString> found;
+    QRegularExpressionMatchIterator it = line.globalMatch(listing);
+    while (it.hasNext()) {
+        const QRegularExpressionMatch match = it.next();
+        found.insert(match.captured(2), match.captured(1));
+    }
+    return found;
+}
+
+bool keepMachine(CallMemo &memo, const QString &program, const QString &uuid, const QString &name,
+                 const QString &path)
+{
+    MachineSettingsFile::Machine machine;
+    if (!MachineSettingsFile::read(path, uuid, &machine) || machine.name != name || machine.saved ||
+        machine.aborted)
+        return false;
+    SettledMachines::keepFileAnswers(memo, program, uuid, machine);
+    memo.keep(program, {QStringLiteral("showvminfo"), uuid},
+              {0, MachineSettingsFile::descriptionText(machine, uuid, path), QString()});
+    return true;
+}
+
+} // namespace
+
+namespace SettledMachines {
+
+void keepFileAnswers(CallMemo &memo, const QString &program, const QString &id,
+                     const MachineSettingsFile::Machine &machine)
+{
+    const QString guestProperty = QStringLiteral("guestproperty");
+    memo.keep(program, {guestProperty, QStringLiteral("enumerate"), id},
+              {0, MachineSettingsFile::enumerateText(machine.properties), QString()});
+    QString address = QStringLiteral("No value set!\n");
+    for (const MachineSettingsFile::GuestProperty &property : machine.properties) {
+        if (property.name == AddressProperty)
+            address = QStringLiteral("Value: %1\n").arg(property.value);
+    }
+    memo.keep(program, {guestProperty, QStringLiteral("get"), id, AddressProperty},
+              {0, address, QString()});
+    int exitCode = 0;
+    const QString snapshots = MachineSettingsFile::snapshotListText(machine, &exitCode);
+    memo.keep(program, {QStringLiteral("snapshot"), id, QStringLiteral("list")},
+              {exitCode, snapshots, QString()});
+}
+
+QHash<QString, QString> registeredFiles()
+{
+    const QString folder = virtualBoxFolder();
+    QFile file(folder + QStringLiteral("/VirtualBox.xml"));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QXmlStreamReader xml(&file);
+    QHash<QString, QString> files;
+    while (!xml.atEnd()) {
+        if (xml.readNext() != QXmlStreamReader::StartElement ||
+            xml.name() != QLatin1String("MachineEntry"))
+            continue;
+        const QXmlStreamAttributes attributes = xml.attributes();
+        QString uuid = attributes.value(QStringLiteral("uuid")).toString();
+        uuid.remove(QLatin1Char('{')).remove(QLatin1Char('}'));
+        // A relative source is relative to VirtualBox's folder.
+        files.insert(uuid.toLower(), QDir(folder).absoluteFilePath(
+                                         attributes.value(QStringLiteral("src")).toString()));
+    }
+    return xml.hasError() ? QHash<QString, QString>() : files;
+}
+
+void keepAnswers(CallMemo &memo, const QString &program, const QString &listing,
+                 const QString &running, const QString &deployDirectory)
+{
+    const QHash<QString, QString> listed = machines(listing);
+    const QHash<QString, QString> busy = machines(running);
+    const QHash<QString, QString> registry = registeredFiles();
+    for (auto it = listed.cbegin(); it != listed.cend(); ++it) {
+        const QString &uuid = it.key();
+        const QString &name = it.value();
+        if (busy.contains(uuid))
+            continue;
+        if (registry.contains(uuid)) {
+            keepMachine(memo, program, uuid, name, registry.value(uuid));
+        } else if (!name.contains(QLatin1Char('/')) && name != QLatin1String("..")) {
+            keepMachine(memo, program, uuid, name,
+                        QDir(deployDirectory)
+                            .filePath(name + QLatin1Char('/') + name + QStringLiteral(".vbox")));
+        }
+    }
+}
+
+} // namespace SettledMachines
