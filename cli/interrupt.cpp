@@ -46,10 +46,10 @@ InterruptWatcher::InterruptWatcher(QObject *parent)
     setHandler(onSignal);
 }
 
-InterruptWatcher::~InterruptWatcher()
-{
-    setHandler(SIG_DFL);
-}
+// The handler stays: a signal that comes once the command's result is out only writes its
+// byte to the pipe, and the process ends with the result it printed. Put back to its default,
+// it would end the process with the signal's status after a complete, reported export.
+InterruptWatcher::~InterruptWatcher() = default;
 
 void InterruptWatcher::drain()
 {
