@@ -9,6 +9,9 @@
 
 #include <cstdio>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 MachineFolderSwitch::MachineFolderSwitch(const VBoxManageCore &core)
     : m_core(core)
     , m_lock(QStringLiteral("machine-folder"))
@@ -36,19 +39,18 @@ bool MachineFolderSwitch::note() const
 {
     // Written aside and renamed into place, so that nobody reads half a note. It is not
     // synced to disk: it is for a process that ends half-way, whose written files stay.
-    const QString path = notePath();
-    const QString pending = path + QStringLiteral(".new");
-    QFile file(pending);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
-        file.write(m_userFolder.toUtf8()) >= 0 && file.flush()) {
-        file.close();
-        if (std::rename(QFile::encodeName(pending).constData(),
-                        QFile::encodeName(path).constData()) == 0)
+    const QByteArray path = QFile::encodeName(notePath());
+    const QByteArray pending = path + ".new";
+    const QByteArray folder = m_userFolder.toUtf8();
+    const int fd = ::open(pending.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (fd >= 0) {
+        const bool written = ::write(fd, folder.constData(), folder.size()) == folder.size();
+        if (::close(fd) == 0 && written && std::rename(pending.constData(), path.constData()) == 0)
             return true;
     }
-    QFile::remove(pending);
+    ::unlink(pending.constData());
     VBoxLog::warning() << "[machineFolder]"
-                       << "Can't note the user's machine folder in" << path;
+                       << "Can't note the user's machine folder in" << notePath();
     return false;
 }
 

@@ -91,6 +91,8 @@ public:
     bool cleanDeployDir(const QString &path) const;
 
 private:
+    // The same, with the deploy directory an operation has read already.
+    bool cleanDeployDir(const QString &path, const QString &deployDir) const;
     // What VirtualBox's own look-up of exactly one name says: a machine answers to it, none
     // does, or VirtualBox gave no clear answer.
     enum class NameUse { Free, Taken, Unknown };
@@ -111,7 +113,7 @@ private:
     static bool isSafeDeviceName(const QString &name);
     // Folders that a clean-up must never remove: the root, home, product and deploy
     // folders, and every folder that contains one of them.
-    bool isProtectedFolder(const QString &path) const;
+    bool isProtectedFolder(const QString &path, const QString &deployDir) const;
     // The unit numbers of the appliance's hard disks, in the appliance's order; empty
     // when VirtualBox could not list them.
     QList<int> applianceDiskUnits(const QString &appliancePath);

@@ -75,7 +75,8 @@ unsigned int VBoxManageCore::createMachine(const QString &appliancePath, const Q
     const QString deviceFolder = deployDir + name + QDir::separator();
     // The folder of a registered device, or of one VirtualBox could not rule out, is never
     // cleaned: only an earlier attempt's leftovers go.
-    if (nameUse("[createMachine]", name) != NameUse::Free || !cleanDeployDir(deployDir + name))
+    if (nameUse("[createMachine]", name) != NameUse::Free ||
+        !cleanDeployDir(deployDir + name, deployDir))
         return EngineResult::CreationFailed;
 
     folderSwitch.remember(previousFolder);

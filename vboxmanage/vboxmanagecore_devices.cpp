@@ -79,13 +79,13 @@ bool VBoxManageCore::isSafeDeviceName(const QString &name)
            !name.contains(QChar(QChar::Null));
 }
 
-bool VBoxManageCore::isProtectedFolder(const QString &path) const
+bool VBoxManageCore::isProtectedFolder(const QString &path, const QString &deployDir) const
 {
     // An empty path names the current folder.
     if (path.trimmed().isEmpty())
         return true;
     const QStringList guarded{QDir::rootPath(), QDir::homePath(), Paths::getQuillomatePath(),
-                              deployDirectory()};
+                              deployDir};
     const QStringList forms = absoluteForms(path);
     for (const QString &folder : guarded) {
         if (containsFolder(forms, folder))
@@ -96,7 +96,12 @@ bool VBoxManageCore::isProtectedFolder(const QString &path) const
 
 bool VBoxManageCore::cleanDeployDir(const QString &path) const
 {
-    if (isProtectedFolder(path)) {
+    return cleanDeployDir(path, deployDirectory());
+}
+
+bool VBoxManageCore::cleanDeployDir(const QString &path, const QString &deployDir) const
+{
+    if (isProtectedFolder(path, deployDir)) {
         VBoxLog::critical() << "[cleanDeployDir]"
                             << "Refusing to remove protected folder" << path;
         return false;
@@ -155,7 +160,7 @@ unsigned int VBoxManageCore::cloneMachine(VMToolsMachine *machine, const QString
         return EngineResult::CloneFailed;
 
     // Leftovers of an earlier attempt would make VirtualBox refuse the clone.
-    if (!cleanDeployDir(deployDir + newName)) {
+    if (!cleanDeployDir(deployDir + newName, deployDir)) {
         folderSwitch.restore();
         return EngineResult::CloneFailed;
     }
@@ -239,12 +244,12 @@ bool VBoxManageCore::deleteMachine(VMToolsMachine *machine)
     // folder (which may read "default", naming no folder), is never half deleted.
     const bool holdsMachineFolder = QDir::isAbsolutePath(previousFolder) &&
                                     containsFolder(absoluteForms(machineFolder), previousFolder);
-    if (isProtectedFolder(machineFolder) || holdsMachineFolder) {
+    const QString deployDir = QDir::fromNativeSeparators(deployDirectory());
+    if (isProtectedFolder(machineFolder, deployDir) || holdsMachineFolder) {
         VBoxLog::critical() << "[deleteMachine]"
                             << "Refusing to delete folder" << machineFolder << "of device" << name;
         return false;
     }
-    const QString deployDir = QDir::fromNativeSeparators(deployDirectory());
     folderSwitch.remember(userFolder);
     if (!folderSwitch.switchTo(deployDir))
         return true;
@@ -260,7 +265,7 @@ bool VBoxManageCore::deleteMachine(VMToolsMachine *machine)
     if (result.exitCode != 0)
         return false;
 
-    if (!cleanDeployDir(machineFolder)) {
+    if (!cleanDeployDir(machineFolder, deployDir)) {
         VBoxLog::critical() << "[deleteMachine]"
                             << "Unable to delete directory:" << machineFolder;
         return false;
