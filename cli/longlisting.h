@@ -6,8 +6,8 @@
 
 class CallMemo;
 
-// "VBoxManage list --long vms": in one run, each machine's description as "showvminfo" prints
-// it, one block after the other.
+// Machine descriptions as "showvminfo" prints them: one, or several one after the other as
+// "VBoxManage list --long vms" prints them.
 namespace LongListing {
 
 struct Block
