@@ -84,18 +84,16 @@ void readAheadStartUp(CallMemo &memo, bool version)
 
 void readListing(CallMemo &memo, const QString &deployDirectory)
 {
-    const QStringList listing{QStringLiteral("list"), QStringLiteral("vms")};
-    VBoxManageCommon::CallResult listed;
-    VBoxManageCommon::CallResult running;
+    const QList<QStringList> reads{{QStringLiteral("list"), QStringLiteral("vms")},
+                                   {QStringLiteral("list"), QStringLiteral("runningvms")}};
+    VBoxManageCommon::CallResult results[2];
     forEach(2, memo, [&](int index) {
-        (index == 0 ? listed : running) = VBoxManageCommon::call(
-            Program,
-            index == 0 ? listing
-                       : QStringList{QStringLiteral("list"), QStringLiteral("runningvms")},
-            VBoxManageCommon::WaitForever);
+        results[index] =
+            VBoxManageCommon::call(Program, reads.at(index), VBoxManageCommon::WaitForever);
     });
-    if (listed.exitCode == 0 && running.exitCode == 0)
-        SettledMachines::keepAnswers(memo, Program, listed.output, running.output, deployDirectory);
+    if (results[0].exitCode == 0 && results[1].exitCode == 0)
+        SettledMachines::keepAnswers(memo, Program, results[0].output, results[1].output,
+                                     deployDirectory);
 }
 
 void forEach(int count, CallMemo &memo, const std::function<void(int)> &work)

@@ -8,7 +8,6 @@
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
-#include <QSet>
 #include <QXmlStreamReader>
 
 namespace {
@@ -43,17 +42,16 @@ QHash<QString, QString> machines(const QString &listing)
     return found;
 }
 
-bool keepMachine(CallMemo &memo, const QString &program, const QString &uuid, const QString &name,
+void keepMachine(CallMemo &memo, const QString &program, const QString &uuid, const QString &name,
                  const QString &path)
 {
     MachineSettingsFile::Machine machine;
     if (!MachineSettingsFile::read(path, uuid, &machine) || machine.name != name || machine.saved ||
         machine.aborted)
-        return false;
+        return;
     SettledMachines::keepFileAnswers(memo, program, uuid, machine);
     memo.keep(program, {QStringLiteral("showvminfo"), uuid},
               {0, MachineSettingsFile::descriptionText(machine, uuid, path), QString()});
-    return true;
 }
 
 } // namespace
