@@ -2,8 +2,10 @@
 #include "devicereads.h"
 
 #include "diagnostics.h"
+#include "hedgedread.h"
 #include "longlisting.h"
 #include "settledmachines.h"
+#include "virtualboxsettings.h"
 
 #include <vmtools/callmemo.h>
 #include <vmtools/settings.h>
@@ -24,21 +26,34 @@ namespace {
 // The engine's own program name: it finds VBoxManage on PATH.
 const QString Program = QStringLiteral("VBoxManage");
 
+// The answer to a read: the one `memo` has, or a run's, which `memo` then keeps if it
+// succeeded.
+VBoxManageCommon::CallResult read(CallMemo &memo, const QStringList &arguments)
+{
+    if (memo.isKnown(Program, arguments)) {
+        const CallMemo::Scope scope(memo);
+        return VBoxManageCommon::call(Program, arguments);
+    }
+    const VBoxManageCommon::CallResult result = HedgedRead::run(Program, arguments);
+    if (result.exitCode == 0)
+        memo.keep(Program, arguments, result);
+    return result;
+}
+
 // Runs those of `reads` that have no answer yet, side by side, or one after the other on
 // this thread when `sideBySide` is false.
 void readAll(CallMemo &memo, const QList<QStringList> &reads, bool sideBySide)
 {
-    const auto read = [&](int index) {
+    const auto readOne = [&](int index) {
         if (!memo.isKnown(Program, reads.at(index)))
-            VBoxManageCommon::call(Program, reads.at(index), VBoxManageCommon::WaitForever);
+            read(memo, reads.at(index));
     };
     if (sideBySide) {
-        DeviceReads::forEach(reads.size(), memo, read);
+        DeviceReads::forEach(reads.size(), memo, readOne);
         return;
     }
-    const CallMemo::Scope scope(memo);
     for (int index = 0; index < reads.size(); ++index)
-        read(index);
+        readOne(index);
 }
 
 } // namespace
@@ -58,9 +73,7 @@ void readAhead(CallMemo &memo, const QString &name, Depth depth)
     // client's read holds it ("already has a lock request pending"), and showvminfo and
     // guestproperty both lock it there. A machine that no process runs needs the second one
     // not at all: its settings file holds its guest properties.
-    const CallMemo::Scope scope(memo);
-    const VBoxManageCommon::CallResult described = VBoxManageCommon::call(
-        Program, {QStringLiteral("showvminfo"), name}, VBoxManageCommon::WaitForever);
+    const VBoxManageCommon::CallResult described = read(memo, {QStringLiteral("showvminfo"), name});
     const QList<LongListing::Block> blocks = LongListing::blocks(described.output);
     if (described.exitCode == 0 && blocks.size() == 1 &&
         LongListing::keepFileAnswers(memo, Program, name, blocks.first()))
@@ -74,9 +87,16 @@ void readAheadStartUp(CallMemo &memo, bool version)
         {QStringLiteral("list"), QStringLiteral("hostinfo")},
         {QStringLiteral("list"), QStringLiteral("hostonlyifs")},
     };
-    // The engine looks at the DHCP servers only for the interface it remembers.
-    if (!Settings::get(QStringLiteral("host.only.interface"), QString()).toString().isEmpty())
-        reads.append({QStringLiteral("list"), QStringLiteral("dhcpservers")});
+    // The engine looks at the DHCP servers only for the interface it remembers; VirtualBox's
+    // settings file lists them as its service holds them.
+    if (!Settings::get(QStringLiteral("host.only.interface"), QString()).toString().isEmpty()) {
+        const QStringList servers{QStringLiteral("list"), QStringLiteral("dhcpservers")};
+        QString text;
+        if (VirtualBoxSettings::dhcpServersText(&text))
+            memo.keep(Program, servers, {0, text, QString()});
+        else
+            reads.append(servers);
+    }
     if (version)
         reads.append({QStringLiteral("--version")});
     readAll(memo, reads, true);
@@ -87,10 +107,7 @@ void readListing(CallMemo &memo, const QString &deployDirectory)
     const QList<QStringList> reads{{QStringLiteral("list"), QStringLiteral("vms")},
                                    {QStringLiteral("list"), QStringLiteral("runningvms")}};
     VBoxManageCommon::CallResult results[2];
-    forEach(2, memo, [&](int index) {
-        results[index] =
-            VBoxManageCommon::call(Program, reads.at(index), VBoxManageCommon::WaitForever);
-    });
+    forEach(2, memo, [&](int index) { results[index] = read(memo, reads.at(index)); });
     if (results[0].exitCode == 0 && results[1].exitCode == 0)
         SettledMachines::keepAnswers(memo, Program, results[0].output, results[1].output,
                                      deployDirectory);

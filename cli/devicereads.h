@@ -30,7 +30,8 @@ constexpr int Width = 4;
 enum class Depth { Open, Dump };
 void readAhead(CallMemo &memo, const QString &name, Depth depth);
 
-// What the engine's start-up reads of the host, and with `version` VirtualBox's version.
+// What the engine's start-up reads of the host, and with `version` VirtualBox's version. The
+// DHCP servers come from VirtualBox's settings file where it lists them.
 void readAheadStartUp(CallMemo &memo, bool version);
 
 // The machine listing, and beside it the list of the machines that a process runs. A

@@ -2,28 +2,14 @@
 #include "settledmachines.h"
 
 #include "machinesettingsfile.h"
+#include "virtualboxsettings.h"
 
 #include <vmtools/callmemo.h>
 
 #include <QDir>
-#include <QFile>
 #include <QRegularExpression>
-#include <QXmlStreamReader>
 
 namespace {
-
-// VirtualBox's own folder for the user: VBOX_USER_HOME, or the folder of older versions when
-// it is still there, or the one under ~/.config.
-QString virtualBoxFolder()
-{
-    const QString chosen = QString::fromLocal8Bit(qgetenv("VBOX_USER_HOME"));
-    if (!chosen.isEmpty())
-        return chosen;
-    const QString legacy = QDir::homePath() + QStringLiteral("/.VirtualBox");
-    if (QFileInfo::exists(legacy + QStringLiteral("/VirtualBox.xml")))
-        return legacy;
-    return QDir::homePath() + QStringLiteral("/.config/VirtualBox");
-}
 
 // Where the guest publishes its address (the plug-in reads it with "guestproperty get").
 const QString AddressProperty = QStringLiteral("tovalyn_ip_management");
@@ -77,34 +63,12 @@ void keepFileAnswers(CallMemo &memo, const QString &program, const QString &id,
               {exitCode, snapshots, QString()});
 }
 
-QHash<QString, QString> registeredFiles()
-{
-    const QString folder = virtualBoxFolder();
-    QFile file(folder + QStringLiteral("/VirtualBox.xml"));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    QXmlStreamReader xml(&file);
-    QHash<QString, QString> files;
-    while (!xml.atEnd()) {
-        if (xml.readNext() != QXmlStreamReader::StartElement ||
-            xml.name() != QLatin1String("MachineEntry"))
-            continue;
-        const QXmlStreamAttributes attributes = xml.attributes();
-        QString uuid = attributes.value(QStringLiteral("uuid")).toString();
-        uuid.remove(QLatin1Char('{')).remove(QLatin1Char('}'));
-        // A relative source is relative to VirtualBox's folder.
-        files.insert(uuid.toLower(), QDir(folder).absoluteFilePath(
-                                         attributes.value(QStringLiteral("src")).toString()));
-    }
-    return xml.hasError() ? QHash<QString, QString>() : files;
-}
-
 void keepAnswers(CallMemo &memo, const QString &program, const QString &listing,
                  const QString &running, const QString &deployDirectory)
 {
     const QHash<QString, QString> listed = machines(listing);
     const QHash<QString, QString> busy = machines(running);
-    const QHash<QString, QString> registry = registeredFiles();
+    const QHash<QString, QString> registry = VirtualBoxSettings::registeredFiles();
     for (auto it = listed.cbegin(); it != listed.cend(); ++it) {
         const QString &uuid = it.key();
         const QString &name = it.value();

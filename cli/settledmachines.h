@@ -3,8 +3,6 @@
 
 #include "machinesettingsfile.h"
 
-#include <QHash>
-#include <QList>
 #include <QString>
 
 class CallMemo;
@@ -19,10 +17,6 @@ namespace SettledMachines {
 // enumerate"), its published address ("guestproperty get") and its snapshots ("snapshot list").
 void keepFileAnswers(CallMemo &memo, const QString &program, const QString &id,
                      const MachineSettingsFile::Machine &machine);
-
-// The settings file of each machine in VirtualBox's registry (VirtualBox.xml in the user's
-// VirtualBox folder), by UUID; none when there is no such registry or it cannot be read.
-QHash<QString, QString> registeredFiles();
 
 // Keeps in `memo`, as the answers to reads of `program`, what each machine of `listing`
 // ("list vms") that `running` ("list runningvms") does not name would say: its "showvminfo"

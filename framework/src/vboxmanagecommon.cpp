@@ -7,6 +7,7 @@
 #include <vmtools/vboxlog.h>
 #include <vmtools/vmtoolsobserver.h>
 
+#include <QElapsedTimer>
 #include <QProcess>
 
 #include <atomic>
@@ -61,6 +62,30 @@ void logOutcome(bool finished, const VBoxManageCommon::CallResult &result)
         if (!error.isEmpty())
             VBoxLog::critical() << "Output command:" << error;
     }
+}
+
+// Waits for the child as waitForFinished does, but kills it once it has outlived a cancel of
+// `observer` by half a second.
+bool waitOrKill(QProcess &process, int limitMs, const VMToolsObserver &observer)
+{
+    constexpr int SliceMs = 100;
+    constexpr int GraceMs = 500;
+    QElapsedTimer clock;
+    clock.start();
+    qint64 canceledAt = -1;
+    while (!process.waitForFinished(SliceMs)) {
+        if (process.state() == QProcess::NotRunning || (limitMs >= 0 && clock.elapsed() >= limitMs))
+            return false;
+        if (!observer.isCanceled())
+            continue;
+        if (canceledAt < 0) {
+            canceledAt = clock.elapsed();
+        } else if (clock.elapsed() - canceledAt >= GraceMs) {
+            process.kill();
+            return process.waitForFinished(-1);
+        }
+    }
+    return true;
 }
 
 // Ends and reaps a child left running after a time-out before its process object goes
@@ -174,7 +199,9 @@ CallResult call(const QString &program, const QStringList &arguments, Options op
         VBoxLog::debug() << "Call:" << arguments;
 
     process.start(program, arguments, QIODevice::ReadWrite);
-    const bool finished = process.waitForFinished(waitLimit(options));
+    const bool finished = observer && options.testFlag(KillWhenCanceled)
+                              ? waitOrKill(process, waitLimit(options), *observer)
+                              : process.waitForFinished(waitLimit(options));
 
     if (observer && observer->isCanceled()) {
         CallMemo::remember(program, arguments, false, {});

@@ -42,6 +42,38 @@ TEST(CliDevicesTest, ListPassesOverUnreadableMachinesAndFailsOnlyWhenVirtualBoxC
     }
 }
 
+// A read that VirtualBox leaves unanswered is asked again beside it, and the first success
+// counts (the engine asks no more); the other run is ended even if it ignores the interrupt,
+// as a client waiting for VirtualBox's service does. One that fails at once is not asked again.
+TEST(CliDevicesTest, AReadLeftUnansweredIsAskedAgain)
+{
+    const QString objectMissing = "VBoxManage: error: Failed to create the VirtualBox object!\n";
+    struct Row
+    {
+        QList<Answer> listing; // the answers to "list vms", in turn
+        int exitCode;
+        int runs;
+        int askedAgain;
+    };
+    const QList<Row> rows{
+        {{Answer::ok().withDelay(600000).ignoringSigint(), Answer::ok()}, 0, 2, 1},
+        {{Answer::ok().withDelay(1500), Answer::fail(1, objectMissing)}, 0, 2, 1},
+        {{Answer::fail(1, objectMissing)}, 1, 2, 0},
+    };
+    for (const Row &row : rows) {
+        StandIn standIn;
+        standIn.onExact({"list", "vms"}, row.listing);
+        scriptUsualHost(standIn);
+        VmtoolsHost host;
+        host.setVariable("VMTOOLS_READ_PATIENCE_MS", "300");
+        const VmtoolsResult result = host.run({"-v", "list", "--json"});
+        EXPECT_EQ(result.exitCode, row.exitCode) << result.err.toStdString();
+        EXPECT_EQ(standIn.calls().count({"list", "vms"}), row.runs) << row.runs;
+        EXPECT_EQ(result.err.count("No answer after 300 ms, asking again: (\"list\", \"vms\")"),
+                  row.askedAgain);
+    }
+}
+
 TEST(CliDevicesTest, ListShowAndDumpCoverOnlyThisHostsDevices)
 {
     StandIn standIn;

@@ -14,6 +14,7 @@
 #include "settledmachines.h"
 #include "suggestions.h"
 #include "versionreport.h"
+#include "virtualboxsettings.h"
 
 #include "printers.h"
 #include "vmtoolshost.h"
@@ -309,6 +310,58 @@ TEST(SettledMachinesTest, OnlyPoweredOffMachinesWithTheirOwnFileAreAnsweredFromI
     EXPECT_EQ(MachineSettingsFile::snapshotListText(d, &exitCode),
               "This machine does not have any snapshots\n");
     EXPECT_EQ(exitCode, 1);
+}
+
+// VirtualBox's settings file answers "list dhcpservers" as 5.2 prints it, or not at all: a
+// fresh VirtualBox has a server that it writes nowhere, and a server without an address would
+// be listed with one the file does not know.
+TEST(VirtualBoxSettingsTest, TheDhcpServersAreListedAsVirtualBoxListsThem)
+{
+    QTemporaryDir home;
+    qputenv("VBOX_USER_HOME", QFile::encodeName(home.path()));
+    const auto answer = [&](const QByteArray &xml, QString *text) {
+        QFile file(home.path() + "/VirtualBox.xml");
+        if (!xml.isNull()) {
+            EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+            file.write(xml);
+            file.close();
+        }
+        return VirtualBoxSettings::dhcpServersText(text);
+    };
+    const QByteArray server = R"(<DHCPServer networkName="HostInterfaceNetworking-vboxnet%1" )"
+                              R"(IPAddress="192.168.%2.%3" networkMask="255.255.255.0" )"
+                              R"(lowerIP="192.168.%2.%4" upperIP="192.168.%2.254" enabled="%5">)"
+                              R"(<Options><Option name="1" value="255.255.255.0"/></Options>)"
+                              "</DHCPServer>\n";
+    const auto entry = [&](int n, int first, const char *enabled) {
+        return QString::fromLatin1(server).arg(n).arg(56 + n).arg(first).arg(first + 1).arg(
+            QLatin1String(enabled));
+    };
+    const QString servers = entry(1, 100, "0") + entry(0, 100, "1") + entry(2, 2, "true");
+    QString text;
+    ASSERT_TRUE(answer(QStringLiteral("<VirtualBox><Global><NetserviceRegistry><DHCPServers>%1"
+                                      "</DHCPServers><NATNetworks><NATNetwork networkName=\"n\" "
+                                      "network=\"10.0.9.0/24\"/></NATNetworks>"
+                                      "</NetserviceRegistry></Global></VirtualBox>")
+                           .arg(servers)
+                           .toUtf8(),
+                       &text));
+    EXPECT_EQ(text, readSource("tests/data/5.2/core-dhcpservers.txt"));
+    EXPECT_TRUE(answer("<VirtualBox><Global><MachineRegistry/></Global></VirtualBox>", &text));
+    EXPECT_EQ(text, "");
+
+    text = "unchanged";
+    const char *unanswered[] = {
+        R"(<VirtualBox><DHCPServer networkName="a" IPAddress="192.168.56.100" )"
+        R"(lowerIP="192.168.56.101" upperIP="192.168.56.254" enabled="1"/></VirtualBox>)",
+        "<VirtualBox><Global><DHCPServers></Global></VirtualBox>",
+    };
+    for (const char *xml : unanswered)
+        EXPECT_FALSE(answer(xml, &text)) << xml;
+    QFile::remove(home.path() + "/VirtualBox.xml");
+    EXPECT_FALSE(answer(QByteArray(), &text));
+    EXPECT_EQ(text, "unchanged");
+    qunsetenv("VBOX_USER_HOME");
 }
 
 // A device may have exactly what the host has, and no more; VirtualBox's own minimum holds.

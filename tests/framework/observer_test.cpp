@@ -199,29 +199,41 @@ TEST(ObserverTest, CancelInvokedFromAnotherThreadInterruptsALongChild)
     observerThread.wait();
 }
 
-TEST(ObserverTest, ChildIgnoringTheInterruptRunsToItsEndAndTheCallIsStillCancelled)
+// A child that ignores the interrupt runs to its end, unless the call asked for it to be
+// killed then; the call is cancelled either way.
+TEST(ObserverTest, ChildIgnoringTheInterruptRunsToItsEndOrIsKilledAndTheCallIsStillCancelled)
 {
-    QTemporaryDir dir;
-    ASSERT_TRUE(dir.isValid());
-    const QString marker = dir.filePath("finished");
-    VMToolsObserver observer;
-    CallResult result;
+    const struct
+    {
+        Options options;
+        int seconds;
+        bool ranToItsEnd;
+    } rows[] = {{Silent, 1, true}, {Silent | KillWhenCanceled, 20, false}};
+    for (const auto &row : rows) {
+        QTemporaryDir dir;
+        ASSERT_TRUE(dir.isValid());
+        const QString marker = dir.filePath("finished");
+        VMToolsObserver observer;
+        CallResult result;
 
-    std::thread worker([&] { result = call(Shell, stubbornChild(marker, 1), Silent, &observer); });
-    const bool started = waitUntil([&] { return QFile::exists(marker + ".started"); });
-    EXPECT_TRUE(started);
-    if (started) {
-        EXPECT_TRUE(observer.cancel());
-        // A second interrupt is sent as well, and ignored; this one through the meta-object.
-        bool sent = false;
-        EXPECT_TRUE(QMetaObject::invokeMethod(&observer, "cancel", Qt::DirectConnection,
-                                              Q_RETURN_ARG(bool, sent)));
-        EXPECT_TRUE(sent);
+        std::thread worker([&] {
+            result = call(Shell, stubbornChild(marker, row.seconds), row.options, &observer);
+        });
+        const bool started = waitUntil([&] { return QFile::exists(marker + ".started"); });
+        EXPECT_TRUE(started);
+        if (started) {
+            EXPECT_TRUE(observer.cancel());
+            // A second interrupt is sent as well, and ignored; this one through the meta-object.
+            bool sent = false;
+            EXPECT_TRUE(QMetaObject::invokeMethod(&observer, "cancel", Qt::DirectConnection,
+                                                  Q_RETURN_ARG(bool, sent)));
+            EXPECT_TRUE(sent);
+        }
+        worker.join();
+
+        expectCancelled(result);
+        EXPECT_EQ(QFile::exists(marker), row.ranToItsEnd) << row.seconds;
     }
-    worker.join();
-
-    expectCancelled(result);
-    EXPECT_TRUE(QFile::exists(marker)) << "the child was stopped instead of running to its end";
 }
 
 // A cancel at a random moment of a very short call: before its child starts, while it

@@ -17,6 +17,10 @@ enum Option {
     WaitForever = 1, // no time limit; wins over LongTimeout
     LongTimeout = 2, // 300000 ms instead of 30000 ms
     Silent = 4,      // no log line at all
+    // With an observer: a canceled child that the interrupt has not ended within half a
+    // second is killed. For reads only, which leave nothing half done: a client of VirtualBox
+    // that waits for its service does not end on SIGINT.
+    KillWhenCanceled = 8,
 };
 Q_DECLARE_FLAGS(Options, Option)
 
