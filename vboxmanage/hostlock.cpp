@@ -131,12 +131,12 @@ HostLock::Attempt HostLock::attempt()
         ::close(fd);
         return Attempt::Moved;
     }
-    // Written over what a dead holder left, then cut to length: truncating to zero first
-    // makes ext4 push the file to disk when it is closed, which costs more than the rest
-    // of the lock together.
+    // Written over what a dead holder left, then cut to length if that was longer:
+    // truncating to zero first makes ext4 push the file to disk when it is closed, which
+    // costs more than the rest of the lock together.
     const QByteArray lines = holderLines();
     if (::pwrite(fd, lines.constData(), lines.size(), 0) != lines.size() ||
-        ::ftruncate(fd, lines.size()) != 0) {
+        (opened.st_size > lines.size() && ::ftruncate(fd, lines.size()) != 0)) {
         m_errno = errno;
         ::unlink(path.constData());
         ::close(fd);

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vmtools/settings.h>
 
+#include "filestamp.h"
+
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
+#include <QHash>
+#include <QMutex>
 
 namespace {
 
@@ -31,6 +35,29 @@ Settings::SettingsController &controller()
 bool holdsValue(const QVariant &value)
 {
     return value.isValid() && !value.toString().isEmpty();
+}
+
+// The desktop application and vmtools share these files: a store takes in what another
+// process wrote since this one last read it. QSettings::sync finds that out too, but only
+// after a score of file look-ups (the fallback files of the organization and the system,
+// and a time-zone look-up for each time stamp), on every read; one stat of the store's own
+// file is enough, as no process of the family writes anywhere else. A change made only to
+// a fallback file is taken in with the next change of the store's own file.
+void takeInChanges(QSettings &store)
+{
+    static QMutex mutex;
+    static QHash<const QSettings *, FileStamp> readAt;
+    // Stamped before the read: a write that lands during it shows as a change next time.
+    const FileStamp now = FileStamp::of(store.fileName());
+    {
+        QMutexLocker locker(&mutex);
+        const auto known = readAt.constFind(&store);
+        if (known != readAt.cend() && *known == now)
+            return;
+    }
+    store.sync();
+    QMutexLocker locker(&mutex);
+    readAt.insert(&store, now);
 }
 
 } // namespace
@@ -68,9 +95,7 @@ QVariant get(const QString &key, const QVariant &defaultValue)
     QVariant found;
     int synced = 0;
     for (const auto &layer : layers) {
-        // The desktop application and vmtools share these files: take in what the other
-        // wrote since (QSettings reads a file again only when its size or time changed).
-        layer->sync();
+        takeInChanges(*layer);
         ++synced;
         const QVariant value = layer->value(key);
         if (holdsValue(value)) {
@@ -85,7 +110,7 @@ QVariant get(const QString &key, const QVariant &defaultValue)
         for (int i = 0; i < layers.size(); ++i) {
             const QSharedPointer<QSettings> &layer = layers.at(i);
             if (i >= synced)
-                layer->sync();
+                takeInChanges(*layer);
             if (layer->contains(key) && layer->value(key) == found)
                 continue;
             layer->setValue(key, found);
