@@ -45,19 +45,20 @@ bool holdsValue(const QVariant &value)
 // a fallback file is taken in with the next change of the store's own file.
 void takeInChanges(QSettings &store)
 {
-    static QMutex mutex;
-    static QHash<const QSettings *, FileStamp> readAt;
+    // Never destroyed: a read at exit, while the stores still exist, must not find these gone.
+    static QMutex *const mutex = new QMutex;
+    static auto *const readAt = new QHash<const QSettings *, FileStamp>;
     // Stamped before the read: a write that lands during it shows as a change next time.
     const FileStamp now = FileStamp::of(store.fileName());
     {
-        QMutexLocker locker(&mutex);
-        const auto known = readAt.constFind(&store);
-        if (known != readAt.cend() && *known == now)
+        QMutexLocker locker(mutex);
+        const auto known = readAt->constFind(&store);
+        if (known != readAt->cend() && *known == now)
             return;
     }
     store.sync();
-    QMutexLocker locker(&mutex);
-    readAt.insert(&store, now);
+    QMutexLocker locker(mutex);
+    readAt->insert(&store, now);
 }
 
 } // namespace
